@@ -1,0 +1,24 @@
+# ondu1_add_ofx_bundle(TARGET NAME BUNDLE_DIR SOURCES...)
+# Builds a module laid out as OFX hosts on Linux expect:
+#   <BUNDLE_DIR>/Contents/Info.plist
+#   <BUNDLE_DIR>/Contents/Linux-x86-64/<NAME>.ofx
+# with the frame and the toolkit linked in and only the exported entry
+# points visible.
+function(ondu1_add_ofx_bundle target name bundle_dir)
+  add_library(${target} MODULE ${ARGN} $<TARGET_OBJECTS:ondu1_frame> $<TARGET_OBJECTS:ondu1_pixel>)
+  target_link_libraries(${target} PRIVATE ondu1_frame ondu1_pixel Threads::Threads ${CMAKE_DL_LIBS})
+  set_target_properties(${target} PROPERTIES
+    OUTPUT_NAME ${name}
+    PREFIX ""
+    SUFFIX ".ofx"
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    LIBRARY_OUTPUT_DIRECTORY ${bundle_dir}/Contents/Linux-x86-64
+    LINK_DEPENDS ${PROJECT_SOURCE_DIR}/effects/exports.map)
+  target_link_options(${target} PRIVATE
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/effects/exports.map
+    -Wl,--no-undefined)
+  set(BUNDLE_NAME ${name})
+  set(BUNDLE_IDENTIFIER "talvo.effects.${name}")
+  configure_file(${PROJECT_SOURCE_DIR}/effects/Info.plist.in ${bundle_dir}/Contents/Info.plist @ONLY)
+endfunction()

@@ -1,0 +1,72 @@
+// The pieces every effect is assembled from: the common description, the
+// standard clips, the blend parameter, and the one render dispatch that
+// picks a processor template from the output clip's depth and pixel order.
+#pragma once
+
+#include "ImageEffect.h"
+
+namespace OFX {
+
+inline constexpr const char* kHelpFile = "ondu1.ofx.chm";
+inline constexpr const char* kSourceClip = "Source";
+inline constexpr const char* kSourceFromClip = "SourceFrom";
+inline constexpr const char* kSourceToClip = "SourceTo";
+inline constexpr const char* kOutputClip = "Output";
+inline constexpr const char* kControlsPage = "Controls";
+inline constexpr const char* kBlendAmountParam = "BlendAmount";
+
+// What an effect declares about itself beyond its parameters.
+struct EffectDeclaration {
+    const char* label;
+    const char* group;
+    ContextEnum context;
+    int helpContextID;
+    const char* upliftGUID;  // the older form's GUID, or null
+    bool openCL = true;
+    bool openGL = false;
+};
+
+// The context-free description, in the order hosts have always seen it.
+void describeEffect(ImageEffectDescriptor& desc, const EffectDeclaration& decl);
+
+// The input clips of the effect's context ("Source", or "SourceFrom" and
+// "SourceTo" for transitions; none for generators) and "Output".
+void defineEffectClips(ImageEffectDescriptor& desc, ContextEnum context);
+
+// The "Controls" page with every parameter defined so far on it, then the
+// uplift GUID: the last steps of every describeInContext.
+void finishEffectDescription(ImageEffectDescriptor& desc, const EffectDeclaration& decl);
+
+// The mix of an effect's result with its source: 1 is the full effect.
+DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc);
+
+// Chooses the CPU processor instance for the output clip and runs it through
+// the plug-in's setupAndProcess. Components other than RGBA and depths other
+// than byte and float write nothing. The template arguments follow the
+// processor's <PIX, nComponents, max, isBGRA>.
+template <template <class, int, int, int> class Processor, class Plugin>
+void renderOnCPU(Plugin& plugin, const Clip& dstClip, const RenderArguments& args) {
+    const BitDepthEnum depth = dstClip.getPixelDepth();
+    const PixelComponentEnum components = dstClip.getPixelComponents();
+    const bool bgra = dstClip.getPixelOrder() == 1;
+    if (components != ePixelComponentRGBA) return;
+    if (depth == eBitDepthUByte) {
+        if (bgra) {
+            Processor<unsigned char, 4, 255, 1> processor(plugin);
+            plugin.setupAndProcess(processor, args);
+        } else {
+            Processor<unsigned char, 4, 255, 0> processor(plugin);
+            plugin.setupAndProcess(processor, args);
+        }
+    } else if (depth == eBitDepthFloat) {
+        if (bgra) {
+            Processor<float, 4, 1, 1> processor(plugin);
+            plugin.setupAndProcess(processor, args);
+        } else {
+            Processor<float, 4, 1, 0> processor(plugin);
+            plugin.setupAndProcess(processor, args);
+        }
+    }
+}
+
+}  // namespace OFX

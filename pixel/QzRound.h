@@ -1,0 +1,20 @@
+// The library's rounding idiom. Adding 6755399441055744.0 (1.5 * 2^52) to a
+// double of moderate size leaves its integer part, rounded to nearest with
+// ties to even, in the low 32 bits of the mantissa. The 1.5e-8 bias is added
+// first, so an exact half such as 126.5 rounds up to 127 rather than to the
+// even 126; the bias is part of the defined results.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+namespace qz {
+
+inline int32_t roundBiased(double v) {
+    double t = (v + 1.5e-8) + 6755399441055744.0;
+    uint64_t bits;
+    std::memcpy(&bits, &t, sizeof bits);
+    return static_cast<int32_t>(static_cast<uint32_t>(bits));
+}
+
+}  // namespace qz

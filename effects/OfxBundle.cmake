@@ -15,6 +15,9 @@ function(ondu1_add_ofx_bundle target name bundle_dir)
     VISIBILITY_INLINES_HIDDEN ON
     LIBRARY_OUTPUT_DIRECTORY ${bundle_dir}/Contents/Linux-x86-64
     LINK_DEPENDS ${PROJECT_SOURCE_DIR}/effects/exports.map)
+  # Without GNU unique symbols (template statics) a host's dlclose really
+  # unloads the module, and a reload starts from a clean state.
+  target_compile_options(${target} PRIVATE -fno-gnu-unique)
   target_link_options(${target} PRIVATE
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/effects/exports.map
     -Wl,--no-undefined)

@@ -41,15 +41,18 @@ void registerFactory(PluginFactory* factory);
 template <class Factory>
 class FactoryMainEntryHelper : public PluginFactory {
 protected:
-    static std::string uid_;
+    // Note: a function-local static rather than a static member, whose
+    // initialisation in a template is unordered and could wipe the UID that
+    // the factory's own static registration has already written.
+    static std::string& uid() {
+        static std::string value;
+        return value;
+    }
     static OfxStatus mainEntryThunk(const char* action, const void* handle, OfxPropertySetHandle inArgs,
                                     OfxPropertySetHandle outArgs) {
-        return Private::mainEntry(action, handle, inArgs, outArgs, uid_.c_str());
+        return Private::mainEntry(action, handle, inArgs, outArgs, uid().c_str());
     }
 };
-
-template <class Factory>
-std::string FactoryMainEntryHelper<Factory>::uid_;
 
 template <class Factory>
 class PluginFactoryHelper : public FactoryMainEntryHelper<Factory> {
@@ -57,11 +60,11 @@ public:
     PluginFactoryHelper(std::string id, unsigned int major, unsigned int minor)
         : id_(std::move(id)), major_(major), minor_(minor) {
         // "talvo.effects:invert" at 1.0 has the key "talvo.effects:invert10".
-        this->uid_ = id_ + std::to_string(major_) + std::to_string(minor_);
+        this->uid() = id_ + std::to_string(major_) + std::to_string(minor_);
     }
 
     const std::string& getID() const override { return id_; }
-    const std::string& getUID() const override { return this->uid_; }
+    const std::string& getUID() const override { return this->uid(); }
     unsigned int getMajorVersion() const override { return major_; }
     unsigned int getMinorVersion() const override { return minor_; }
     OfxPluginEntryPoint* getMainEntry() const override { return &FactoryMainEntryHelper<Factory>::mainEntryThunk; }

@@ -168,6 +168,12 @@ Clip* ImageEffect::fetchClip(const std::string& name) {
     return slot.get();
 }
 
+OfxStatus ImageEffect::sendMessage(MessageTypeEnum type, const std::string& id, const std::string& text) const {
+    if (!Private::gMessageSuite) return kOfxStatErrUnsupported;
+    return Private::gMessageSuite->message(effectHandle_, mapMessageTypeEnumToString(type), id.empty() ? nullptr : id.c_str(),
+                                           "%s", text.c_str());
+}
+
 bool ImageEffect::abort() const { return effectSuite().abort(effectHandle_) != 0; }
 
 }  // namespace OFX

@@ -78,6 +78,9 @@ public:
     Clip* fetchClip(const std::string& name);
     // Asks the host on every call whether the render should stop.
     bool abort() const;
+    // A message to the user through the host's message suite; returns the
+    // host's status, or kOfxStatErrUnsupported without the suite.
+    OfxStatus sendMessage(MessageTypeEnum type, const std::string& id, const std::string& text) const;
 
     virtual void purgeCaches() {}
     virtual void syncPrivateData() {}

@@ -1,0 +1,15 @@
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "cli/Cli.h"
+
+int main(int argc, char** argv)
+{
+    std::error_code ec;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
+    const std::string dir = ec ? std::string() : self.parent_path().string();
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    return ofxcli::runCli(args, std::cout, std::cerr, dir);
+}

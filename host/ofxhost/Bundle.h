@@ -1,0 +1,62 @@
+// OFX bundles on disk: finding them, opening their module and reading the
+// plug-in records. A Bundle is shared (std::shared_ptr) by the plug-ins
+// loaded from it; the module is closed (dlclose) when the last user goes, so
+// a later open loads it afresh.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ofxCore.h"
+
+namespace ofxhost {
+
+class Host;
+
+class Bundle {
+public:
+    // path: a "NAME.ofx.bundle" directory or the module file itself. When a
+    // host is given and the module exports OfxSetHost, it is called first.
+    // Throws Error when the module cannot be opened or lacks the entry points.
+    static std::shared_ptr<Bundle> open(const std::string& path, Host* host = nullptr);
+    ~Bundle();
+    Bundle(const Bundle&) = delete;
+    Bundle& operator=(const Bundle&) = delete;
+
+    const std::string& modulePath() const { return modulePath_; }
+    // The ".ofx.bundle" directory, or the module's directory for a bare module.
+    const std::string& directory() const { return directory_; }
+
+    int pluginCount() const { return static_cast<int>(plugins_.size()); }
+    // The raw record, as OfxGetPlugin gave it.
+    OfxPlugin* rawPlugin(int index) const;
+    std::string pluginId(int index) const;
+    // Index of a plug-in identifier, or -1.
+    int indexOf(const std::string& id) const;
+
+private:
+    Bundle() = default;
+
+    void* module_ = nullptr;
+    std::string modulePath_;
+    std::string directory_;
+    std::vector<OfxPlugin*> plugins_;
+};
+
+// The module inside a bundle directory (Contents/Linux-x86-64/NAME.ofx, with
+// Info.plist's CFBundleExecutable as the name when present), or the path
+// itself when it names a file. "" when nothing is there.
+std::string modulePathOf(const std::string& path);
+
+// Every bundle under the given roots, in order: a root that is a bundle
+// itself, else the bundles found by a recursive walk (sorted by name within
+// a directory, skipping directories whose names start with '@').
+std::vector<std::string> findBundles(const std::vector<std::string>& roots);
+
+// Where plug-ins are looked for when no --bundle is given: OFX_PLUGIN_PATH
+// (colon-separated) when set; else ONDU1.ofx.bundle beside the executable
+// when it exists; else /usr/OFX/Plugins.
+std::vector<std::string> defaultPluginRoots(const std::string& executableDir);
+
+}  // namespace ofxhost

@@ -1,0 +1,150 @@
+// A live instance of a plug-in in one context: its clips' sources, its
+// parameter values, and the actions a host sends to it, render first.
+//
+// Host-side misuse (an unknown clip or parameter, a value of the wrong
+// shape, an output buffer that does not fit) throws Error. What the plug-in
+// answers comes back as its OfxStatus, untouched.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "ofxImageEffect.h"
+#include "ofxhost/Effect.h"
+#include "ofxhost/Image.h"
+
+namespace ofxhost {
+
+class HostImage;
+
+enum class Quality { Draft, Preview, Good, Best };
+const char* qualityName(Quality q);  // "draft", ...
+
+struct RenderOptions {
+    Depth depth = Depth::Byte;
+    PixelOrder order = PixelOrder::RGBA;
+    // Row layout of every image the plug-in receives, inputs and output.
+    Layout layout;
+    // In output pixels; default the whole output image.
+    std::optional<RectI> window;
+    double renderScale = 1.0;
+    Quality quality = Quality::Best;
+    std::string field = "OfxFieldNone";
+    bool sequential = false;
+    bool interactive = false;
+};
+
+// Frames of an input clip: the image at a time, or null when the clip has
+// no frame there. May throw Error (an unreadable file).
+using FrameSource = std::function<std::shared_ptr<const ImageBuffer>(double time)>;
+
+// The state of one render call, visible to the image effect suite.
+struct RenderContext {
+    class Instance* instance;
+    double time;
+    RenderOptions options;
+    ImageBuffer* output;
+};
+
+class Instance : public EffectObject {
+public:
+    ~Instance() override;
+    Instance* asInstance() override { return this; }
+    std::shared_ptr<Plugin> pluginShared() const { return pluginRef_; }
+
+    // Project (the output frame at full scale) and time line.
+    void setProjectSize(int width, int height);
+    int projectWidth() const { return projectWidth_; }
+    int projectHeight() const { return projectHeight_; }
+    void setFrameRange(double first, double last);
+    void setFrameRate(double fps);
+    void setTime(double t) { time_ = t; }
+    std::pair<double, double> timeBounds() const { return {firstFrame_, lastFrame_}; }
+
+    // Input clips.
+    std::vector<std::string> inputClipNames() const;
+    void connect(const std::string& clip, FrameSource source);
+    void connect(const std::string& clip, std::shared_ptr<const ImageBuffer> image);
+    void disconnect(const std::string& clip);
+    bool connected(const std::string& clip) const;
+
+    // Parameters, by name or script name. setValue and setValueText send the
+    // instance-changed actions (reason user edited) as an editing host does;
+    // with a time they set a keyframe there.
+    Param& param(std::string_view nameOrScriptName) const;
+    void setValue(std::string_view name, const ParamValue& v, std::optional<double> time = {});
+    void setValueText(std::string_view name, const std::string& text, std::optional<double> time = {});
+    ParamValue value(std::string_view name, double time) const;
+
+    // The output image a render with these options expects.
+    ImageBuffer makeOutput(const RenderOptions& options) const;
+    // Renders one frame into output (its depth and order must be the options').
+    OfxStatus render(double time, const RenderOptions& options, ImageBuffer& output);
+    OfxStatus isIdentity(double time, const RenderOptions& options, std::string& clip, double& identityTime);
+    OfxStatus regionOfDefinition(double time, double renderScale, OfxRectD& rod);
+    OfxStatus regionsOfInterest(double time, double renderScale, const OfxRectD& roi, PropertySet& out);
+    OfxStatus framesNeeded(double time, PropertySet& out);
+    OfxStatus clipPreferences(PropertySet& out);
+    OfxStatus timeDomain(OfxRangeD& range);
+    OfxStatus beginSequence(double first, double last, double step, const RenderOptions& options);
+    OfxStatus endSequence(double first, double last, double step, const RenderOptions& options);
+    OfxStatus instanceChanged(const std::string& type, const std::string& name, const std::string& reason,
+                              double time);
+
+    // What abort() answers to the plug-in.
+    void setAbort(bool abort) { abort_ = abort; }
+    bool abortRequested() const { return abort_; }
+    // Images fetched and not yet released.
+    std::size_t liveImageCount() const;
+    // The last failure of an input source during clipGetImage, "" when none.
+    std::string lastSourceError() const;
+
+    // The image effect suite's side.
+    OfxStatus getImage(Clip& clip, double time, OfxPropertySetHandle* out);
+    OfxStatus releaseImage(OfxPropertySetHandle image);
+    // Releases an image of whichever instance gave it; kOfxStatErrBadHandle
+    // when the handle is not a live image.
+    static OfxStatus releaseAnyImage(OfxPropertySetHandle image);
+    OfxStatus clipRegionOfDefinition(Clip& clip, double time, OfxRectD& out);
+
+private:
+    friend class Plugin;
+    Instance(std::shared_ptr<Plugin> plugin, const EffectObject& descriptor);
+
+    friend class HostImage;
+    using CacheKey = std::tuple<std::string, double, Depth, PixelOrder, int, bool, double>;
+
+    void setClipFormats(const RenderOptions& o);
+    const RenderContext* findRender(double time) const;
+    std::shared_ptr<const ImageBuffer> inputFrame(const Clip& clip, double time, const RenderOptions& o);
+    void fillRenderArgs(PropertySet& in, double time, const RenderOptions& o, const RectI& window) const;
+    OfxStatus callWithRender(const char* action, const RenderContext* ctx, OfxPropertySetHandle in,
+                             OfxPropertySetHandle out);
+    void notifyChanged(const std::string& name, double time);
+
+    std::shared_ptr<Plugin> pluginRef_;
+    int projectWidth_ = 1920;
+    int projectHeight_ = 1080;
+    double firstFrame_ = 0.0;
+    double lastFrame_ = 0.0;
+    std::atomic<bool> abort_{false};
+    std::map<std::string, FrameSource> sources_;
+
+    mutable std::mutex mutex_;  // guards everything below
+    std::vector<const RenderContext*> renders_;
+    RenderOptions lastOptions_;
+    std::map<CacheKey, std::shared_ptr<const ImageBuffer>> cache_;
+    std::map<const void*, std::unique_ptr<class HostImage>> images_;
+    std::string sourceError_;
+    unsigned long imageSerial_ = 0;
+};
+
+}  // namespace ofxhost

@@ -1,0 +1,357 @@
+#include <cstdarg>
+#include <map>
+#include <string>
+
+#include "ofxhost/Effect.h"
+#include "ofxhost/Param.h"
+#include "ofxhost/SuiteGuard.h"
+#include "ofxhost/Suites.h"
+
+namespace ofxhost::suites {
+
+namespace {
+
+// The parameter set behind a handle. An effect handle is taken too: custom
+// interpolation callbacks receive their effect in the parameter-set slot.
+ParamSet* paramSetOf(OfxParamSetHandle h)
+{
+    if (ParamSet* s = ParamSet::fromHandle(h))
+        return s;
+    if (EffectObject* e = EffectObject::fromHandle(static_cast<const void*>(h)))
+        return &e->params();
+    return nullptr;
+}
+
+bool isIntLike(ValueKind k) { return k == ValueKind::Int || k == ValueKind::Bool || k == ValueKind::Choice; }
+bool isTextLike(ValueKind k) { return k == ValueKind::String || k == ValueKind::Custom; }
+
+// Strings handed out stay valid until the same thread asks the same
+// parameter again.
+const char* keepString(const Param& p, std::string s)
+{
+    thread_local std::map<const Param*, std::string> kept;
+    std::string& slot = kept[&p];
+    slot = std::move(s);
+    return slot.c_str();
+}
+
+OfxStatus writeValue(const Param& p, const ParamValue& v, va_list ap)
+{
+    const ParamType& t = p.type();
+    if (isTextLike(t.kind)) {
+        auto** out = va_arg(ap, const char**);
+        if (!out)
+            return kOfxStatErrValue;
+        *out = keepString(p, v.s);
+        return kOfxStatOK;
+    }
+    for (int i = 0; i < t.dims; ++i) {
+        if (isIntLike(t.kind)) {
+            int* out = va_arg(ap, int*);
+            if (!out)
+                return kOfxStatErrValue;
+            *out = static_cast<int>(v.n[i]);
+        } else {
+            double* out = va_arg(ap, double*);
+            if (!out)
+                return kOfxStatErrValue;
+            *out = v.n[i];
+        }
+    }
+    return kOfxStatOK;
+}
+
+OfxStatus readValue(const Param& p, ParamValue& v, va_list ap)
+{
+    const ParamType& t = p.type();
+    if (isTextLike(t.kind)) {
+        const char* s = va_arg(ap, const char*);
+        if (!s)
+            return kOfxStatErrValue;
+        v.s = s;
+        return kOfxStatOK;
+    }
+    for (int i = 0; i < t.dims; ++i)
+        v.n[i] = isIntLike(t.kind) ? va_arg(ap, int) : va_arg(ap, double);
+    return kOfxStatOK;
+}
+
+OfxStatus paramDefine(OfxParamSetHandle h, const char* type, const char* name, OfxPropertySetHandle* props)
+{
+    return guarded([&] {
+        ParamSet* set = paramSetOf(h);
+        if (!set)
+            return kOfxStatErrBadHandle;
+        Param* p = nullptr;
+        const OfxStatus s = set->define(type, name, &p);
+        if (s == kOfxStatOK && props)
+            *props = p->props().handle();
+        return s;
+    });
+}
+
+OfxStatus paramGetHandle(OfxParamSetHandle h, const char* name, OfxParamHandle* param, OfxPropertySetHandle* props)
+{
+    return guarded([&] {
+        ParamSet* set = paramSetOf(h);
+        if (!set)
+            return kOfxStatErrBadHandle;
+        Param* p = name ? set->find(name) : nullptr;
+        if (!p)
+            return kOfxStatErrUnknown;
+        if (param)
+            *param = p->handle();
+        if (props)
+            *props = p->props().handle();
+        return kOfxStatOK;
+    });
+}
+
+OfxStatus paramSetGetPropertySet(OfxParamSetHandle h, OfxPropertySetHandle* out)
+{
+    return guarded([&] {
+        ParamSet* set = paramSetOf(h);
+        if (!set)
+            return kOfxStatErrBadHandle;
+        if (!out)
+            return kOfxStatErrValue;
+        *out = set->props().handle();
+        return kOfxStatOK;
+    });
+}
+
+OfxStatus paramGetPropertySet(OfxParamHandle h, OfxPropertySetHandle* out)
+{
+    return guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        if (!out)
+            return kOfxStatErrValue;
+        *out = p->props().handle();
+        return kOfxStatOK;
+    });
+}
+
+OfxStatus getValueAt(Param* p, double time, va_list ap)
+{
+    if (!p)
+        return kOfxStatErrBadHandle;
+    if (!p->hasValue())
+        return kOfxStatErrUnsupported;
+    return writeValue(*p, p->valueAt(time), ap);
+}
+
+OfxStatus paramGetValue(OfxParamHandle h, ...)
+{
+    va_list ap;
+    va_start(ap, h);
+    const OfxStatus s = guarded([&] {
+        Param* p = Param::fromHandle(h);
+        return getValueAt(p, p ? p->owner().currentTime() : 0.0, ap);
+    });
+    va_end(ap);
+    return s;
+}
+
+OfxStatus paramGetValueAtTime(OfxParamHandle h, OfxTime time, ...)
+{
+    va_list ap;
+    va_start(ap, time);
+    const OfxStatus s = guarded([&] { return getValueAt(Param::fromHandle(h), time, ap); });
+    va_end(ap);
+    return s;
+}
+
+OfxStatus paramGetDerivative(OfxParamHandle h, OfxTime time, ...)
+{
+    va_list ap;
+    va_start(ap, time);
+    const OfxStatus s = guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        ParamValue v;
+        const OfxStatus r = p->derivative(time, v);
+        return r == kOfxStatOK ? writeValue(*p, v, ap) : r;
+    });
+    va_end(ap);
+    return s;
+}
+
+OfxStatus paramGetIntegral(OfxParamHandle h, OfxTime t1, OfxTime t2, ...)
+{
+    va_list ap;
+    va_start(ap, t2);
+    const OfxStatus s = guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        ParamValue v;
+        const OfxStatus r = p->integral(t1, t2, v);
+        return r == kOfxStatOK ? writeValue(*p, v, ap) : r;
+    });
+    va_end(ap);
+    return s;
+}
+
+OfxStatus paramSetValue(OfxParamHandle h, ...)
+{
+    va_list ap;
+    va_start(ap, h);
+    const OfxStatus s = guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        if (!p->hasValue())
+            return kOfxStatErrUnsupported;
+        ParamValue v;
+        const OfxStatus r = readValue(*p, v, ap);
+        return r == kOfxStatOK ? p->setValue(v) : r;
+    });
+    va_end(ap);
+    return s;
+}
+
+OfxStatus paramSetValueAtTime(OfxParamHandle h, OfxTime time, ...)
+{
+    va_list ap;
+    va_start(ap, time);
+    const OfxStatus s = guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        if (!p->hasValue())
+            return kOfxStatErrUnsupported;
+        ParamValue v;
+        const OfxStatus r = readValue(*p, v, ap);
+        return r == kOfxStatOK ? p->setValueAtTime(time, v) : r;
+    });
+    va_end(ap);
+    return s;
+}
+
+OfxStatus paramGetNumKeys(OfxParamHandle h, unsigned int* n)
+{
+    return guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        if (!n)
+            return kOfxStatErrValue;
+        *n = static_cast<unsigned>(p->keyTimes().size());
+        return kOfxStatOK;
+    });
+}
+
+OfxStatus paramGetKeyTime(OfxParamHandle h, unsigned int nth, OfxTime* time)
+{
+    return guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        if (!time)
+            return kOfxStatErrValue;
+        const auto keys = p->keyTimes();
+        if (nth >= keys.size())
+            return kOfxStatErrBadIndex;
+        *time = keys[nth];
+        return kOfxStatOK;
+    });
+}
+
+OfxStatus paramGetKeyIndex(OfxParamHandle h, OfxTime time, int direction, int* index)
+{
+    return guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        if (!index)
+            return kOfxStatErrValue;
+        const auto keys = p->keyTimes();
+        int found = -1;
+        for (int i = 0; i < int(keys.size()); ++i) {
+            if (direction == 0 && keys[i] == time)
+                found = i;
+            else if (direction < 0 && keys[i] < time)
+                found = i;
+            else if (direction > 0 && keys[i] > time && found < 0)
+                found = i;
+        }
+        if (found < 0)
+            return kOfxStatFailed;
+        *index = found;
+        return kOfxStatOK;
+    });
+}
+
+OfxStatus paramDeleteKey(OfxParamHandle h, OfxTime time)
+{
+    return guarded([&] {
+        Param* p = Param::fromHandle(h);
+        return p ? p->deleteKey(time) : kOfxStatErrBadHandle;
+    });
+}
+
+OfxStatus paramDeleteAllKeys(OfxParamHandle h)
+{
+    return guarded([&] {
+        Param* p = Param::fromHandle(h);
+        if (!p)
+            return kOfxStatErrBadHandle;
+        p->deleteAllKeys();
+        return kOfxStatOK;
+    });
+}
+
+OfxStatus paramCopy(OfxParamHandle to, OfxParamHandle from, OfxTime offset, const OfxRangeD* range)
+{
+    return guarded([&] {
+        Param* t = Param::fromHandle(to);
+        Param* f = Param::fromHandle(from);
+        if (!t || !f)
+            return kOfxStatErrBadHandle;
+        return t->copyFrom(*f, offset, range);
+    });
+}
+
+OfxStatus paramEditBegin(OfxParamSetHandle h, const char*)
+{
+    return guarded([&] { return paramSetOf(h) ? kOfxStatOK : kOfxStatErrBadHandle; });
+}
+
+OfxStatus paramEditEnd(OfxParamSetHandle h)
+{
+    return guarded([&] { return paramSetOf(h) ? kOfxStatOK : kOfxStatErrBadHandle; });
+}
+
+}  // namespace
+
+const OfxParameterSuiteV1* parameter()
+{
+    static const OfxParameterSuiteV1 suite = [] {
+        OfxParameterSuiteV1 s{};
+        s.paramDefine = paramDefine;
+        s.paramGetHandle = paramGetHandle;
+        s.paramSetGetPropertySet = paramSetGetPropertySet;
+        s.paramGetPropertySet = paramGetPropertySet;
+        s.paramGetValue = paramGetValue;
+        s.paramGetValueAtTime = paramGetValueAtTime;
+        s.paramGetDerivative = paramGetDerivative;
+        s.paramGetIntegral = paramGetIntegral;
+        s.paramSetValue = paramSetValue;
+        s.paramSetValueAtTime = paramSetValueAtTime;
+        s.paramGetNumKeys = paramGetNumKeys;
+        s.paramGetKeyTime = paramGetKeyTime;
+        s.paramGetKeyIndex = paramGetKeyIndex;
+        s.paramDeleteKey = paramDeleteKey;
+        s.paramDeleteAllKeys = paramDeleteAllKeys;
+        s.paramCopy = paramCopy;
+        s.paramEditBegin = paramEditBegin;
+        s.paramEditEnd = paramEditEnd;
+        return s;
+    }();
+    return &suite;
+}
+
+}  // namespace ofxhost::suites

@@ -1,0 +1,53 @@
+// Shared pieces of the effect tests: the bundle under test loaded into a
+// quiet host, and renders of a filter in the four pixel variants (byte and
+// float, RGBA and BGRA) so that each can be compared with one reference.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ofxhost/Bundle.h"
+#include "ofxhost/Host.h"
+#include "ofxhost/Instance.h"
+#include "ofxhost/Plugin.h"
+
+namespace ondu1test {
+
+inline const std::string kBundle = ONDU1_BUNDLE_DIR;
+
+struct Variant {
+    ofxhost::Depth depth;
+    ofxhost::PixelOrder order;
+};
+inline constexpr std::array<Variant, 4> kAllVariants{{
+    {ofxhost::Depth::Byte, ofxhost::PixelOrder::RGBA},
+    {ofxhost::Depth::Byte, ofxhost::PixelOrder::BGRA},
+    {ofxhost::Depth::Float, ofxhost::PixelOrder::RGBA},
+    {ofxhost::Depth::Float, ofxhost::PixelOrder::BGRA},
+}};
+std::string variantName(const Variant& v);
+
+// A host that keeps messages instead of printing them, with three threads.
+std::shared_ptr<ofxhost::Host> quietHost(ofxhost::HostConfig config = {});
+// Loads one effect of a bundle (the bundle under test by default).
+std::shared_ptr<ofxhost::Plugin> loadEffect(const std::shared_ptr<ofxhost::Host>& host, const std::string& id,
+                                            const std::string& bundle = kBundle);
+
+// A filter instance on one source image, sized to it.
+std::unique_ptr<ofxhost::Instance> filterOn(ofxhost::Plugin& plugin, const ofxhost::ImageBuffer& source);
+
+// Renders frame 0 with the given depth and order; fails the test on a status
+// other than OK.
+ofxhost::ImageBuffer renderVariant(ofxhost::Instance& instance, const Variant& variant);
+
+// One pixel in colour order (red, green, blue, alpha), in the image's own
+// depth: 0..255 for bytes.
+using Rgba = std::array<float, 4>;
+Rgba pixelAt(const ofxhost::ImageBuffer& image, int x, int y);
+// An image of one row holding the given pixels, in colour order.
+ofxhost::ImageBuffer rowImage(const std::vector<Rgba>& pixels, ofxhost::Depth depth,
+                              ofxhost::PixelOrder order = ofxhost::PixelOrder::RGBA);
+
+}  // namespace ondu1test

@@ -1,0 +1,197 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "EffectTest.h"
+#include "ofxImageEffect.h"
+#include "ofxTalvo.h"
+
+using namespace ondu1test;
+using ofxhost::Depth;
+using ofxhost::PixelOrder;
+
+namespace {
+
+const char* const kInvert = "talvo.effects:invert";
+
+// The defined 8-bit inversion of one premultiplied colour.
+int invertByte(int c, int a) {
+    if (a == 255) return 255 - c;
+    if (a == 0) return 0;
+    const int u = std::min(255, c * 255 / a);
+    return ((255 - u) * a) >> 8;
+}
+
+// The toolkit's 8-bit mix toward the source at strength byte k.
+int mixByte(int d, int s, int k) { return d + ((s - d) * k) / 256; }
+
+TEST(InvertDescribe, DeclaresItselfAsEveryEffectDoes) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    const auto& props = plugin->describe().props();
+    EXPECT_EQ(props.getString(kOfxPropLabel), "TALVO Invert");
+    EXPECT_EQ(props.getString(kOfxPropShortLabel), "TALVO Invert");
+    EXPECT_EQ(props.getString(kOfxPropLongLabel), "TALVO Invert");
+    EXPECT_EQ(props.getString(kOfxImageEffectPluginPropGrouping), "TALVO\\Color");
+    EXPECT_EQ(props.getStrings(kOfxImageEffectPropSupportedContexts),
+              (std::vector<std::string>{kOfxImageEffectContextFilter}));
+    EXPECT_EQ(props.getStrings(kOfxImageEffectPropSupportedPixelDepths),
+              (std::vector<std::string>{kOfxBitDepthByte, kOfxBitDepthFloat, kOfxBitDepthByteBGR, kOfxBitDepthFloatBGR}));
+    EXPECT_EQ(props.getString(kOfxPropTalvoHelpFile), "ondu1.ofx.chm");
+    EXPECT_EQ(props.getInt(kOfxPropTalvoHelpContextID), 1910);
+    EXPECT_EQ(props.getInt(kOfxImageEffectPropSupportsTiles), 1);
+    EXPECT_EQ(props.getInt(kOfxImageEffectPropSupportsMultiResolution), 1);
+    EXPECT_EQ(props.getInt(kOfxImageEffectPluginPropSingleInstance), 0);
+    EXPECT_EQ(props.getInt(kOfxImageEffectPluginPropHostFrameThreading), 0);
+    // The host offers no OpenCL program suite, so the effect cannot say yes.
+    EXPECT_EQ(props.getString(kOfxImageEffectPropOpenCLSupported), "false");
+}
+
+TEST(InvertDescribe, SaysOpenCLOnlyToAHostThatCompilesPrograms) {
+    auto host = quietHost();
+    static const OfxOpenCLProgramSuiteV1 kSuite{};
+    host->addSuite(kOfxOpenCLProgramSuite, 1, &kSuite);
+    auto plugin = loadEffect(host, kInvert);
+    EXPECT_EQ(plugin->describe().props().getString(kOfxImageEffectPropOpenCLSupported), "true");
+}
+
+TEST(InvertDescribe, FilterContextHasTheClipsBlendAmountAndUpliftGUID) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    auto& desc = plugin->describeInContext("filter");
+    ASSERT_EQ(desc.clips().size(), 2u);
+    EXPECT_EQ(desc.clips()[0]->name(), "Source");
+    EXPECT_EQ(desc.clips()[1]->name(), "Output");
+    for (const auto& clip : desc.clips()) {
+        EXPECT_EQ(clip->props().getStrings(kOfxImageEffectPropSupportedComponents),
+                  (std::vector<std::string>{kOfxImageComponentRGBA}));
+        EXPECT_EQ(clip->props().getString(kOfxImageClipPropFieldExtraction), kOfxImageFieldBoth);
+    }
+    EXPECT_EQ(desc.props().getStrings(kOfxImageEffectPropTalvoUpliftGUID),
+              (std::vector<std::string>{"{C3062BE7-E69D-11D1-9AA9-00A0C99B12C5}"}));
+
+    const ofxhost::Param* blend = desc.params().find("BlendAmount");
+    ASSERT_NE(blend, nullptr);
+    const auto& p = blend->props();
+    EXPECT_STREQ(blend->type().ofxName, kOfxParamTypeDouble);
+    EXPECT_EQ(p.getString(kOfxPropLabel), "Blend amount");
+    EXPECT_EQ(p.getString(kOfxParamPropScriptName), "blendamount");
+    EXPECT_EQ(p.getDouble(kOfxParamPropDefault), 1.0);
+    EXPECT_EQ(p.getDoubles(kOfxParamPropMin), (std::vector<double>{0.0}));
+    EXPECT_EQ(p.getDoubles(kOfxParamPropMax), (std::vector<double>{1.0}));
+    EXPECT_EQ(p.getDoubles(kOfxParamPropDisplayMin), (std::vector<double>{0.0}));
+    EXPECT_EQ(p.getDoubles(kOfxParamPropDisplayMax), (std::vector<double>{1.0}));
+    EXPECT_EQ(p.getDouble(kOfxParamPropIncrement), 0.1);
+    EXPECT_EQ(p.getInt(kOfxParamPropDigits), 3);
+    EXPECT_EQ(p.getInt(kOfxParamPropAnimates), 1);
+    EXPECT_EQ(p.getString(kOfxParamPropDoubleType), kOfxParamDoubleTypeScale);
+
+    const ofxhost::Param* page = desc.params().find("Controls");
+    ASSERT_NE(page, nullptr);
+    EXPECT_EQ(page->props().getStrings(kOfxParamPropPageChild), (std::vector<std::string>{"BlendAmount"}));
+}
+
+// Hand-computed pixels of the byte path, including the unpremultiply clamp
+// and the shift of the re-premultiplication.
+TEST(InvertRender, BytePixelsFollowTheTableAndTheShift) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    const std::vector<Rgba> in{{254, 0, 100, 254}, {0, 10, 128, 128}, {30, 60, 90, 255}, {77, 1, 2, 0}};
+    for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+        auto inst = filterOn(*plugin, rowImage(in, Depth::Byte, order));
+        inst->setValueText("BlendAmount", "1");
+        const auto out = renderVariant(*inst, {Depth::Byte, order});
+        // a = 254, c = 254: u = 255, table[255] = 0. c = 100: u = 100, (155 * 254) >> 8 = 153.
+        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0, 253, 153, 254}));
+        // a = 128, c = 0: u = 0, table[0] = 255, (255 * 128) >> 8 = 127.
+        EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{127, 118, 0, 128}));
+        EXPECT_EQ(pixelAt(out, 2, 0), (Rgba{225, 195, 165, 255}));
+        EXPECT_EQ(pixelAt(out, 3, 0), (Rgba{0, 0, 0, 0}));
+    }
+}
+
+TEST(InvertRender, FloatPixelsUnpremultiplyWithoutClamp) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    const std::vector<Rgba> in{{0.5f, 0.25f, 1.5f, 1.0f}, {0.5f, 0.0f, 1.0f, 1e-7f}, {0.25f, 0.5f, 0.6f, 0.5f},
+                               {0.3f, 0.3f, 0.3f, -0.5f}};
+    for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+        auto inst = filterOn(*plugin, rowImage(in, Depth::Float, order));
+        const auto out = renderVariant(*inst, {Depth::Float, order});
+        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0.5f, 0.75f, -0.5f, 1.0f}));
+        // Alpha below 1e-6 reads as no colour: each channel becomes (1 - 0) * a.
+        EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{1e-7f, 1e-7f, 1e-7f, 1e-7f}));
+        const float a = 0.5f;
+        EXPECT_EQ(pixelAt(out, 2, 0), (Rgba{(1.0f - 0.25f / a) * a, (1.0f - 0.5f / a) * a, (1.0f - 0.6f / a) * a, a}));
+        EXPECT_EQ(pixelAt(out, 3, 0), (Rgba{-0.5f, -0.5f, -0.5f, -0.5f}));
+    }
+}
+
+// BlendAmount mixes the source back through the toolkit's blend with
+// 1 - BlendAmount: 0 is the source up to the byte mix's last step.
+TEST(InvertRender, BlendAmountMixesTheSourceBackWithTheByteRounding) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    const auto source = ofxhost::ImageBuffer::testFrame(17, 9, Depth::Byte, PixelOrder::RGBA, 3);
+    auto inst = filterOn(*plugin, source);
+    for (const auto& [blend, strength] : {std::pair{"0", 255}, std::pair{"0.5", 128}}) {
+        inst->setValueText("BlendAmount", blend);
+        for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+            const auto out = renderVariant(*inst, {Depth::Byte, order});
+            for (int y = 0; y < 9; ++y) {
+                for (int x = 0; x < 17; ++x) {
+                    const Rgba s = pixelAt(source, x, y);
+                    const int a = static_cast<int>(s[3]);
+                    for (int c = 0; c < 4; ++c) {
+                        const int inverted = c == 3 ? a : invertByte(static_cast<int>(s[c]), a);
+                        ASSERT_EQ(out.byteAt(x, y, c), mixByte(inverted, static_cast<int>(s[c]), strength))
+                            << "blend " << blend << " at " << x << "," << y << " channel " << c;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(InvertRender, FloatBlendUsesTheSinglePrecisionMix) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    const std::vector<Rgba> in{{0.1f, 0.7f, 0.3f, 1.0f}};
+    auto inst = filterOn(*plugin, rowImage(in, Depth::Float));
+    inst->setValueText("BlendAmount", "0.25");
+    const auto out = renderVariant(*inst, {Depth::Float, PixelOrder::RGBA});
+    const float w = static_cast<float>(1.0 - 0.25);
+    for (int c = 0; c < 3; ++c) {
+        const float d = 1.0f - in[0][c];
+        EXPECT_EQ(out.floatAt(0, 0, c), (in[0][c] - d) * w + d);
+    }
+}
+
+TEST(InvertRender, EveryVariantGivesTheSameNumbers) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    const auto source = ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11);
+    auto inst = filterOn(*plugin, source);
+    inst->setValueText("BlendAmount", "0.7");
+    const auto byteRgba = renderVariant(*inst, kAllVariants[0]);
+    const auto floatRgba = renderVariant(*inst, kAllVariants[2]);
+    EXPECT_TRUE(renderVariant(*inst, kAllVariants[1]).samePixels(byteRgba));
+    EXPECT_TRUE(renderVariant(*inst, kAllVariants[3]).samePixels(floatRgba));
+}
+
+TEST(InvertRender, RenderWindowLimitsTheWrite) {
+    auto host = quietHost();
+    auto plugin = loadEffect(host, kInvert);
+    const std::vector<Rgba> in(6, Rgba{10, 20, 30, 255});
+    auto inst = filterOn(*plugin, rowImage(in, Depth::Byte));
+    ofxhost::RenderOptions options;
+    options.window = ofxhost::RectI{2, 0, 4, 1};
+    auto out = inst->makeOutput(options);
+    ASSERT_EQ(inst->render(0.0, options, out), kOfxStatOK);
+    for (int x = 0; x < 6; ++x) {
+        const bool inside = x >= 2 && x < 4;
+        EXPECT_EQ(out.byteAt(x, 0, 0), inside ? 245 : 0) << x;
+    }
+}
+
+}  // namespace

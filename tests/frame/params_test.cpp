@@ -1,0 +1,1 @@
+// Parameter families through the host: filled in with the test effect.

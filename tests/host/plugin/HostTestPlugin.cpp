@@ -1,0 +1,457 @@
+// A small OFX bundle written directly against the C API, to prove the host's
+// suites without our own bundle: a filter ("tint"), a generator ("ramp") and
+// a transition ("mix"). Values are simple enough for tests to compute by hand.
+//
+//   tint  Mode 0 copies Source (and says it is an identity); Mode 1 writes
+//         Source * Gain * Tint (per colour, by the image's pixel order) +
+//         Offset/255; Mode 2 writes each row's thread index, thread count
+//         and a 1 when multiThreadIndex and isSpawnedThread agree, to R, G, B.
+//         A Gain above 3.5 is refused: the render fails with a message.
+//   ramp  Output = Color * Level.
+//   mix   Output = SourceFrom * (1 - Transition) + SourceTo * Transition.
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "ofxImageEffect.h"
+#include "ofxMemory.h"
+#include "ofxMessage.h"
+#include "ofxMultiThread.h"
+#include "ofxParam.h"
+#include "ofxParametricParam.h"
+#include "ofxProperty.h"
+#include "ofxTalvo.h"
+
+namespace {
+
+OfxHost* gHost = nullptr;
+const OfxPropertySuiteV1* gProp = nullptr;
+const OfxImageEffectSuiteV1* gEffect = nullptr;
+const OfxParameterSuiteV1* gParam = nullptr;
+const OfxMemorySuiteV1* gMemory = nullptr;
+const OfxMultiThreadSuiteV1* gThread = nullptr;
+const OfxMessageSuiteV1* gMessage = nullptr;
+const OfxParametricParameterSuiteV1* gParametric = nullptr;
+int gDescribeCount = 0;
+
+OfxStatus load()
+{
+    if (!gHost)
+        return kOfxStatErrBadHandle;
+    auto fetch = [](const char* name, int version) { return gHost->fetchSuite(gHost->host, name, version); };
+    gProp = static_cast<const OfxPropertySuiteV1*>(fetch(kOfxPropertySuite, 1));
+    gEffect = static_cast<const OfxImageEffectSuiteV1*>(fetch(kOfxImageEffectSuite, 1));
+    gParam = static_cast<const OfxParameterSuiteV1*>(fetch(kOfxParameterSuite, 1));
+    gMemory = static_cast<const OfxMemorySuiteV1*>(fetch(kOfxMemorySuite, 1));
+    gThread = static_cast<const OfxMultiThreadSuiteV1*>(fetch(kOfxMultiThreadSuite, 1));
+    gMessage = static_cast<const OfxMessageSuiteV1*>(fetch(kOfxMessageSuite, 1));
+    gParametric = static_cast<const OfxParametricParameterSuiteV1*>(fetch(kOfxParametricParameterSuite, 1));
+    if (!gProp || !gEffect || !gParam || !gMemory || !gThread || !gMessage)
+        return kOfxStatErrMissingHostFeature;
+    return kOfxStatOK;
+}
+
+void setHost(OfxHost* host) { gHost = host; }
+
+OfxPropertySetHandle effectProps(OfxImageEffectHandle e)
+{
+    OfxPropertySetHandle p = nullptr;
+    gEffect->getPropertySet(e, &p);
+    return p;
+}
+
+void describeCommon(OfxImageEffectHandle e, const char* label, const char* context)
+{
+    OfxPropertySetHandle p = effectProps(e);
+    gProp->propSetString(p, kOfxPropLabel, 0, label);
+    gProp->propSetString(p, kOfxImageEffectPluginPropGrouping, 0, "Host Tests");
+    gProp->propSetString(p, kOfxImageEffectPropSupportedContexts, 0, context);
+    gProp->propSetString(p, kOfxImageEffectPropSupportedPixelDepths, 0, kOfxBitDepthByte);
+    gProp->propSetString(p, kOfxImageEffectPropSupportedPixelDepths, 1, kOfxBitDepthFloat);
+    const std::string description = "describe #" + std::to_string(++gDescribeCount);
+    gProp->propSetString(p, kOfxPropPluginDescription, 0, description.c_str());
+    // A vendor property of our own: descriptors accept names the host does not know.
+    gProp->propSetInt(p, "OndU1TestVendorProperty", 0, 42);
+}
+
+void defineClip(OfxImageEffectHandle e, const char* name)
+{
+    OfxPropertySetHandle p = nullptr;
+    gEffect->clipDefine(e, name, &p);
+    gProp->propSetString(p, kOfxImageEffectPropSupportedComponents, 0, kOfxImageComponentRGBA);
+}
+
+OfxPropertySetHandle defineParam(OfxParamSetHandle set, const char* type, const char* name, const char* label)
+{
+    OfxPropertySetHandle p = nullptr;
+    gParam->paramDefine(set, type, name, &p);
+    gProp->propSetString(p, kOfxPropLabel, 0, label);
+    return p;
+}
+
+OfxParamSetHandle paramSetOf(OfxImageEffectHandle e)
+{
+    OfxParamSetHandle set = nullptr;
+    gEffect->getParamSet(e, &set);
+    return set;
+}
+
+// Custom "Curve": a number as text; between keys the plug-in blends the numbers.
+OfxStatus interpolateCurve(OfxParamSetHandle, OfxPropertySetHandle in, OfxPropertySetHandle out)
+{
+    char* a = nullptr;
+    char* b = nullptr;
+    double amount = 0;
+    gProp->propGetString(in, kOfxParamPropCustomValue, 0, &a);
+    gProp->propGetString(in, kOfxParamPropCustomValue, 1, &b);
+    gProp->propGetDouble(in, kOfxParamPropInterpolationAmount, 0, &amount);
+    char text[64];
+    std::snprintf(text, sizeof text, "%g", std::atof(a) + (std::atof(b) - std::atof(a)) * amount);
+    gProp->propSetString(out, kOfxParamPropCustomValue, 0, text);
+    return kOfxStatOK;
+}
+
+void describeTintParams(OfxParamSetHandle set)
+{
+    OfxPropertySetHandle p = defineParam(set, kOfxParamTypeDouble, "Gain", "Gain");
+    gProp->propSetString(p, kOfxParamPropScriptName, 0, "gain");
+    gProp->propSetDouble(p, kOfxParamPropDefault, 0, 1.0);
+    gProp->propSetDouble(p, kOfxParamPropMin, 0, 0.0);
+    gProp->propSetDouble(p, kOfxParamPropMax, 0, 4.0);
+    gProp->propSetDouble(p, kOfxParamPropDisplayMin, 0, 0.0);
+    gProp->propSetDouble(p, kOfxParamPropDisplayMax, 0, 2.0);
+    gProp->propSetDouble(p, kOfxParamPropIncrement, 0, 0.1);
+    gProp->propSetInt(p, kOfxParamPropDigits, 0, 3);
+    gProp->propSetString(p, kOfxParamPropParent, 0, "Advanced");
+
+    p = defineParam(set, kOfxParamTypeInteger, "Offset", "Offset");
+    gProp->propSetInt(p, kOfxParamPropMin, 0, -255);
+    gProp->propSetInt(p, kOfxParamPropMax, 0, 255);
+
+    p = defineParam(set, kOfxParamTypeRGBA, "Tint", "Tint");
+    const double white[4] = {1, 1, 1, 1};
+    gProp->propSetDoubleN(p, kOfxParamPropDefault, 4, white);
+
+    p = defineParam(set, kOfxParamTypeRGB, "Colour3", "Colour");
+    p = defineParam(set, kOfxParamTypeDouble2D, "Size", "Size");
+    const double size[2] = {0.5, 0.25};
+    gProp->propSetDoubleN(p, kOfxParamPropDefault, 2, size);
+    defineParam(set, kOfxParamTypeDouble3D, "Point3", "Point");
+    p = defineParam(set, kOfxParamTypeInteger2D, "Cells", "Cells");
+    const int cells[2] = {4, 3};
+    gProp->propSetIntN(p, kOfxParamPropDefault, 2, cells);
+    defineParam(set, kOfxParamTypeInteger3D, "Box", "Box");
+    defineParam(set, kOfxParamTypeBoolean, "Invert", "Invert");
+
+    p = defineParam(set, kOfxParamTypeChoice, "Mode", "Mode");
+    gProp->propSetString(p, kOfxParamPropChoiceOption, 0, "Copy");
+    gProp->propSetString(p, kOfxParamPropChoiceOption, 1, "Gain");
+    gProp->propSetString(p, kOfxParamPropChoiceOption, 2, "Thread index");
+    gProp->propSetInt(p, kOfxParamPropDefault, 0, 1);
+
+    p = defineParam(set, kOfxParamTypeString, "Note", "Note");
+    gProp->propSetString(p, kOfxParamPropDefault, 0, "hello");
+    gProp->propSetInt(p, kOfxParamPropAnimates, 0, 0);
+
+    p = defineParam(set, kOfxParamTypeCustom, "Curve", "Curve");
+    gProp->propSetString(p, kOfxParamPropDefault, 0, "0");
+    gProp->propSetPointer(p, kOfxParamPropCustomInterpCallbackV1, 0, reinterpret_cast<void*>(&interpolateCurve));
+    // A vendor property on a parameter descriptor.
+    gProp->propSetInt(p, "OndU1TestParamFlag", 0, 1);
+
+    defineParam(set, kOfxParamTypeImage, "Picture", "Picture");
+    p = defineParam(set, kOfxParamTypeGroup, "Advanced", "Advanced");
+    p = defineParam(set, kOfxParamTypeInteger, "Threads", "Threads");
+    gProp->propSetString(p, kOfxParamPropParent, 0, "Advanced");
+    gProp->propSetInt(p, kOfxParamPropSecret, 0, 1);
+    defineParam(set, kOfxParamTypePushButton, "Reset", "Reset");
+
+    OfxParamHandle lut = nullptr;
+    p = defineParam(set, kOfxParamTypeParametric, "Lut", "Lut");
+    gProp->propSetInt(p, kOfxParamPropParametricDimension, 0, 1);
+    if (gParametric && gParam->paramGetHandle(set, "Lut", &lut, nullptr) == kOfxStatOK) {
+        gParametric->parametricParamAddControlPoint(lut, 0, 0.0, 0.0, 0.0, false);
+        gParametric->parametricParamAddControlPoint(lut, 0, 0.0, 1.0, 0.5, false);
+    }
+
+    p = defineParam(set, kOfxParamTypePage, "Controls", "Controls");
+    gProp->propSetString(p, kOfxParamPropPageChild, 0, "Mode");
+    gProp->propSetString(p, kOfxParamPropPageChild, 1, "Advanced");
+    gProp->propSetString(p, kOfxParamPropPageChild, 2, "Tint");
+}
+
+// ---- images ----
+
+struct Image {
+    OfxPropertySetHandle handle = nullptr;
+    unsigned char* data = nullptr;
+    OfxRectI bounds{};
+    int rowBytes = 0;
+    bool isFloat = false;
+    bool bgra = false;
+
+    bool fetch(OfxImageEffectHandle e, const char* clipName, double time)
+    {
+        OfxImageClipHandle clip = nullptr;
+        if (gEffect->clipGetHandle(e, clipName, &clip, nullptr) != kOfxStatOK)
+            return false;
+        if (gEffect->clipGetImage(clip, time, nullptr, &handle) != kOfxStatOK)
+            return false;
+        void* p = nullptr;
+        gProp->propGetPointer(handle, kOfxImagePropData, 0, &p);
+        data = static_cast<unsigned char*>(p);
+        gProp->propGetIntN(handle, kOfxImagePropBounds, 4, &bounds.x1);
+        gProp->propGetInt(handle, kOfxImagePropRowBytes, 0, &rowBytes);
+        char* depth = nullptr;
+        gProp->propGetString(handle, kOfxImageEffectPropPixelDepth, 0, &depth);
+        isFloat = std::strcmp(depth, kOfxBitDepthFloat) == 0;
+        char* order = nullptr;
+        if (gProp->propGetString(handle, kOfxImageEffectPropPixelOrder, 0, &order) == kOfxStatOK)
+            bgra = std::strcmp(order, kOfxImagePixelOrderBGRA) == 0;
+        return true;
+    }
+    ~Image()
+    {
+        if (handle)
+            gEffect->clipReleaseImage(handle);
+    }
+    // Channel c (0 red ... 3 alpha) of pixel (x, y), normalised; 0 outside.
+    float get(int x, int y, int c) const
+    {
+        if (x < bounds.x1 || x >= bounds.x2 || y < bounds.y1 || y >= bounds.y2)
+            return 0.0f;
+        const int k = (bgra && c < 3) ? 2 - c : c;
+        unsigned char* row = data + std::ptrdiff_t(y - bounds.y1) * rowBytes;
+        if (isFloat)
+            return reinterpret_cast<float*>(row)[(x - bounds.x1) * 4 + k];
+        return row[(x - bounds.x1) * 4 + k] / 255.0f;
+    }
+    void set(int x, int y, int c, float v)
+    {
+        const int k = (bgra && c < 3) ? 2 - c : c;
+        unsigned char* row = data + std::ptrdiff_t(y - bounds.y1) * rowBytes;
+        if (isFloat)
+            reinterpret_cast<float*>(row)[(x - bounds.x1) * 4 + k] = v;
+        else
+            row[(x - bounds.x1) * 4 + k] =
+                static_cast<unsigned char>(v <= 0 ? 0 : v >= 1 ? 255 : std::lround(v * 255.0f));
+    }
+};
+
+OfxParamHandle param(OfxImageEffectHandle e, const char* name)
+{
+    OfxParamHandle h = nullptr;
+    gParam->paramGetHandle(paramSetOf(e), name, &h, nullptr);
+    return h;
+}
+
+struct RenderWindow {
+    OfxRectI window;
+    double time;
+};
+
+RenderWindow readRenderArgs(OfxPropertySetHandle in)
+{
+    RenderWindow w{};
+    gProp->propGetIntN(in, kOfxImageEffectPropRenderWindow, 4, &w.window.x1);
+    gProp->propGetDouble(in, kOfxPropTime, 0, &w.time);
+    return w;
+}
+
+struct TintJob {
+    Image* src;
+    Image* dst;
+    OfxRectI window;
+    int mode;
+    double gain;
+    int offset;
+    double tint[4];
+};
+
+void tintRows(unsigned int index, unsigned int count, void* arg)
+{
+    auto* job = static_cast<TintJob*>(arg);
+    const int h = job->window.y2 - job->window.y1;
+    const int y1 = job->window.y1 + int(long(h) * index / count);
+    const int y2 = job->window.y1 + int(long(h) * (index + 1) / count);
+    unsigned int reported = 99;
+    gThread->multiThreadIndex(&reported);
+    const bool agrees = reported == index && gThread->multiThreadIsSpawnedThread();
+    for (int y = y1; y < y2; ++y)
+        for (int x = job->window.x1; x < job->window.x2; ++x) {
+            if (job->mode == 2) {
+                job->dst->set(x, y, 0, index / 255.0f);
+                job->dst->set(x, y, 1, count / 255.0f);
+                job->dst->set(x, y, 2, agrees ? 1.0f / 255.0f : 0.0f);
+                job->dst->set(x, y, 3, 1.0f);
+                continue;
+            }
+            for (int c = 0; c < 4; ++c) {
+                float v = job->src->get(x, y, c);
+                if (job->mode == 1 && c < 3)
+                    v = float(v * job->gain * job->tint[c] + job->offset / 255.0);
+                job->dst->set(x, y, c, v);
+            }
+        }
+}
+
+OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in)
+{
+    const RenderWindow args = readRenderArgs(in);
+    TintJob job{};
+    job.window = args.window;
+    gParam->paramGetValueAtTime(param(e, "Mode"), args.time, &job.mode);
+    gParam->paramGetValueAtTime(param(e, "Gain"), args.time, &job.gain);
+    gParam->paramGetValueAtTime(param(e, "Offset"), args.time, &job.offset);
+    gParam->paramGetValueAtTime(param(e, "Tint"), args.time, &job.tint[0], &job.tint[1], &job.tint[2], &job.tint[3]);
+    if (job.gain > 3.5) {
+        gMessage->message(e, kOfxMessageError, nullptr, "gain %g is too high", job.gain);
+        return kOfxStatFailed;
+    }
+    Image src, dst;
+    if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time))
+        return kOfxStatFailed;
+    if (!src.fetch(e, kOfxImageEffectSimpleSourceClipName, args.time))
+        return kOfxStatFailed;
+    // Scratch memory from the host, as a plug-in would for a row cache.
+    void* scratch = nullptr;
+    if (gMemory->memoryAlloc(e, 4096, &scratch) != kOfxStatOK)
+        return kOfxStatErrMemory;
+    job.src = &src;
+    job.dst = &dst;
+    int threads = 0;
+    gParam->paramGetValueAtTime(param(e, "Threads"), args.time, &threads);
+    unsigned int n = 0;
+    gThread->multiThreadNumCPUs(&n);
+    const OfxStatus s = gThread->multiThread(tintRows, threads > 0 ? unsigned(threads) : n, &job);
+    gMemory->memoryFree(scratch);
+    return s;
+}
+
+OfxStatus renderRamp(OfxImageEffectHandle e, OfxPropertySetHandle in)
+{
+    const RenderWindow args = readRenderArgs(in);
+    double colour[4], level = 1;
+    gParam->paramGetValueAtTime(param(e, "Color"), args.time, &colour[0], &colour[1], &colour[2], &colour[3]);
+    gParam->paramGetValueAtTime(param(e, "Level"), args.time, &level);
+    Image dst;
+    if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time))
+        return kOfxStatFailed;
+    for (int y = args.window.y1; y < args.window.y2; ++y)
+        for (int x = args.window.x1; x < args.window.x2; ++x)
+            for (int c = 0; c < 4; ++c)
+                dst.set(x, y, c, float(colour[c] * level));
+    return kOfxStatOK;
+}
+
+OfxStatus renderMix(OfxImageEffectHandle e, OfxPropertySetHandle in)
+{
+    const RenderWindow args = readRenderArgs(in);
+    double t = 0;
+    gParam->paramGetValueAtTime(param(e, kOfxImageEffectTransitionParamName), args.time, &t);
+    Image from, to, dst;
+    if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time) ||
+        !from.fetch(e, kOfxImageEffectTransitionSourceFromClipName, args.time) ||
+        !to.fetch(e, kOfxImageEffectTransitionSourceToClipName, args.time))
+        return kOfxStatFailed;
+    for (int y = args.window.y1; y < args.window.y2; ++y)
+        for (int x = args.window.x1; x < args.window.x2; ++x)
+            for (int c = 0; c < 4; ++c)
+                dst.set(x, y, c, float(from.get(x, y, c) * (1 - t) + to.get(x, y, c) * t));
+    return kOfxStatOK;
+}
+
+enum class Kind { Tint, Ramp, Mix };
+
+template <Kind K>
+OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in, OfxPropertySetHandle out)
+{
+    auto e = static_cast<OfxImageEffectHandle>(const_cast<void*>(handle));
+    const std::string a = action ? action : "";
+    if (a == kOfxActionLoad)
+        return load();
+    if (a == kOfxActionUnload)
+        return kOfxStatOK;
+    if (a == kOfxActionDescribe) {
+        if (K == Kind::Tint) {
+            describeCommon(e, "Test Tint", kOfxImageEffectContextFilter);
+            gProp->propSetString(effectProps(e), kOfxImageEffectPropSupportedContexts, 1,
+                                 kOfxImageEffectContextGeneral);
+            gProp->propSetString(effectProps(e), kOfxImageEffectPropTalvoUpliftGUID, 0,
+                                 "{00000000-0000-0000-0000-000000000001}");
+        } else if (K == Kind::Ramp) {
+            describeCommon(e, "Test Ramp", kOfxImageEffectContextGenerator);
+        } else {
+            describeCommon(e, "Test Mix", kOfxImageEffectContextTransition);
+        }
+        return kOfxStatOK;
+    }
+    if (a == kOfxImageEffectActionDescribeInContext) {
+        OfxParamSetHandle set = paramSetOf(e);
+        defineClip(e, kOfxImageEffectOutputClipName);
+        if (K == Kind::Tint) {
+            defineClip(e, kOfxImageEffectSimpleSourceClipName);
+            describeTintParams(set);
+        } else if (K == Kind::Ramp) {
+            OfxPropertySetHandle p = defineParam(set, kOfxParamTypeRGBA, "Color", "Color");
+            const double red[4] = {1, 0, 0, 1};
+            gProp->propSetDoubleN(p, kOfxParamPropDefault, 4, red);
+            p = defineParam(set, kOfxParamTypeDouble, "Level", "Level");
+            gProp->propSetDouble(p, kOfxParamPropDefault, 0, 1.0);
+        } else {
+            defineClip(e, kOfxImageEffectTransitionSourceFromClipName);
+            defineClip(e, kOfxImageEffectTransitionSourceToClipName);
+            OfxPropertySetHandle p = defineParam(set, kOfxParamTypeDouble, kOfxImageEffectTransitionParamName,
+                                                 "Transition");
+            gProp->propSetDouble(p, kOfxParamPropMin, 0, 0.0);
+            gProp->propSetDouble(p, kOfxParamPropMax, 0, 1.0);
+        }
+        return kOfxStatOK;
+    }
+    if (a == kOfxActionCreateInstance || a == kOfxActionDestroyInstance)
+        return kOfxStatOK;
+    if (a == kOfxImageEffectActionIsIdentity && K == Kind::Tint) {
+        double time = 0;
+        gProp->propGetDouble(in, kOfxPropTime, 0, &time);
+        int mode = 1;
+        gParam->paramGetValueAtTime(param(e, "Mode"), time, &mode);
+        if (mode != 0)
+            return kOfxStatReplyDefault;
+        gProp->propSetString(out, kOfxPropName, 0, kOfxImageEffectSimpleSourceClipName);
+        gProp->propSetDouble(out, kOfxPropTime, 0, time);
+        return kOfxStatOK;
+    }
+    if (a == kOfxActionInstanceChanged && K == Kind::Tint) {
+        char* name = nullptr;
+        gProp->propGetString(in, kOfxPropName, 0, &name);
+        if (name && std::strcmp(name, "Reset") == 0)
+            gMessage->message(e, kOfxMessageMessage, "reset", "reset pressed");
+        return kOfxStatReplyDefault;
+    }
+    if (a == kOfxImageEffectActionRender) {
+        if (K == Kind::Tint)
+            return renderTint(e, in);
+        if (K == Kind::Ramp)
+            return renderRamp(e, in);
+        return renderMix(e, in);
+    }
+    return kOfxStatReplyDefault;
+}
+
+OfxPlugin gPlugins[] = {
+    {kOfxImageEffectPluginApi, 1, "ondu1.test:tint", 1, 2, setHost, entry<Kind::Tint>},
+    {kOfxImageEffectPluginApi, 1, "ondu1.test:ramp", 1, 0, setHost, entry<Kind::Ramp>},
+    {kOfxImageEffectPluginApi, 1, "ondu1.test:mix", 2, 0, setHost, entry<Kind::Mix>},
+};
+
+}  // namespace
+
+OfxExport int OfxGetNumberOfPlugins(void) { return int(sizeof gPlugins / sizeof gPlugins[0]); }
+
+OfxExport OfxPlugin* OfxGetPlugin(int nth)
+{
+    if (nth < 0 || nth >= OfxGetNumberOfPlugins())
+        return nullptr;
+    return &gPlugins[nth];
+}

@@ -1,0 +1,307 @@
+// Rendering through the host: every depth, order and row layout, the thread
+// pool seen from the plug-in, generators and transitions, animated sequences,
+// identity, refusals and aborts.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "TestSupport.h"
+#include "ofxTalvo.h"
+#include "ofxhost/Instance.h"
+#include "ofxhost/Memory.h"
+#include "ofxhost/Renderer.h"
+#include "ofxhost/Status.h"
+
+using namespace ofxhost;
+
+namespace {
+
+struct Variant {
+    Depth depth;
+    PixelOrder order;
+    Layout layout;
+};
+
+std::string name(const Variant& v)
+{
+    return std::string(depthName(v.depth)) + "/" + orderName(v.order) + "/pad" + std::to_string(v.layout.rowPadding) +
+           (v.layout.negativeRowBytes ? "/neg" : "");
+}
+
+const Variant kVariants[] = {
+    {Depth::Byte, PixelOrder::RGBA, {}},          {Depth::Byte, PixelOrder::BGRA, {}},
+    {Depth::Float, PixelOrder::RGBA, {}},         {Depth::Float, PixelOrder::BGRA, {}},
+    {Depth::Byte, PixelOrder::BGRA, {20, true}},  {Depth::Float, PixelOrder::RGBA, {16, false}},
+    {Depth::Float, PixelOrder::BGRA, {0, true}},
+};
+
+class RenderTest : public ::testing::Test {
+protected:
+    std::unique_ptr<Instance> tint()
+    {
+        plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
+        auto inst = plugin->createInstance("filter");
+        inst->setProjectSize(9, 5);
+        inst->connect("Source", source);
+        return inst;
+    }
+    std::shared_ptr<Host> host = hosttest::quietHost(3u);
+    std::shared_ptr<Plugin> plugin;
+    std::shared_ptr<const ImageBuffer> source =
+        std::make_shared<const ImageBuffer>(ImageBuffer::testFrame(9, 5, Depth::Byte, PixelOrder::RGBA, 5));
+};
+
+TEST_F(RenderTest, TintInEveryDepthOrderAndLayout)
+{
+    auto inst = tint();
+    inst->setValueText("Gain", "0.5");
+    inst->setValueText("Tint", "1,0.5,0.25,1");
+    inst->setValueText("Offset", "10");
+    for (const Variant& v : kVariants) {
+        RenderOptions o;
+        o.depth = v.depth;
+        o.order = v.order;
+        o.layout = v.layout;
+        ImageBuffer out = inst->makeOutput(o);
+        ASSERT_EQ(inst->render(0.0, o, out), kOfxStatOK) << name(v);
+        EXPECT_EQ(out.rowBytes() < 0, v.layout.negativeRowBytes);
+        const double tintOf[3] = {1, 0.5, 0.25};
+        for (int y = 0; y < 5; ++y)
+            for (int x = 0; x < 9; ++x)
+                for (int c = 0; c < 4; ++c) {
+                    const float in = source->byteAt(x, y, c) / 255.0f;
+                    const float want = c == 3 ? in : float(in * 0.5 * tintOf[c] + 10 / 255.0);
+                    if (v.depth == Depth::Float)
+                        ASSERT_EQ(out.floatAt(x, y, c), want) << name(v) << " " << x << "," << y << "," << c;
+                    else
+                        ASSERT_EQ(out.byteAt(x, y, c), std::lround(std::min(want, 1.0f) * 255.0f)) << name(v);
+                }
+    }
+    EXPECT_EQ(inst->liveImageCount(), 0u);
+}
+
+TEST_F(RenderTest, RenderWindowLimitsTheWrittenPixels)
+{
+    auto inst = tint();
+    RenderOptions o;
+    o.window = RectI{2, 1, 5, 3};
+    ImageBuffer out = inst->makeOutput(o);
+    ASSERT_EQ(inst->render(0.0, o, out), kOfxStatOK);
+    EXPECT_EQ(out.byteAt(2, 1, 3), source->byteAt(2, 1, 3));
+    EXPECT_EQ(out.byteAt(4, 2, 0), source->byteAt(4, 2, 0));
+    EXPECT_EQ(out.byteAt(5, 2, 3), 0);
+    EXPECT_EQ(out.byteAt(1, 1, 3), 0);
+    o.window = RectI{0, 0, 10, 5};
+    EXPECT_THROW(inst->render(0.0, o, out), Error);
+    RenderOptions f;
+    f.depth = Depth::Float;
+    EXPECT_THROW(inst->render(0.0, f, out), Error);  // the output is byte
+}
+
+TEST_F(RenderTest, PluginSeesRealThreadsWithIndexes)
+{
+    auto inst = tint();
+    inst->setValueText("Mode", "Thread index");
+    inst->setProjectSize(4, 9);
+    RenderOptions o;
+    ImageBuffer out = inst->makeOutput(o);
+    ASSERT_EQ(inst->render(0.0, o, out), kOfxStatOK);
+    // 9 rows over 3 threads: rows 0-2 index 0, 3-5 index 1, 6-8 index 2.
+    for (int y = 0; y < 9; ++y) {
+        EXPECT_EQ(out.byteAt(0, y, 0), y / 3) << y;
+        EXPECT_EQ(out.byteAt(3, y, 1), 3) << y;
+        EXPECT_EQ(out.byteAt(1, y, 2), 1) << "multiThreadIndex disagrees on row " << y;
+    }
+    inst->setValueText("Threads", "2");
+    ASSERT_EQ(inst->render(0.0, o, out), kOfxStatOK);
+    EXPECT_EQ(out.byteAt(0, 8, 0), 1);
+    EXPECT_EQ(out.byteAt(0, 8, 1), 2);
+}
+
+TEST_F(RenderTest, RefusalComesBackWithAMessageAndNoLeaks)
+{
+    auto inst = tint();
+    inst->setValueText("Gain", "3.9");
+    const std::size_t blocks = memory::liveBlocks();
+    RenderOptions o;
+    ImageBuffer out = inst->makeOutput(o);
+    EXPECT_EQ(inst->render(0.0, o, out), kOfxStatFailed);
+    const auto messages = host->messages();
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.back().type, kOfxMessageError);
+    EXPECT_EQ(messages.back().text, "gain 3.9 is too high");
+    EXPECT_EQ(inst->liveImageCount(), 0u);
+    EXPECT_EQ(memory::liveBlocks(), blocks);
+}
+
+TEST_F(RenderTest, MissingInputFrameFailsTheRender)
+{
+    auto inst = tint();
+    inst->connect("Source", [](double) { return std::shared_ptr<const ImageBuffer>(); });
+    RenderOptions o;
+    ImageBuffer out = inst->makeOutput(o);
+    EXPECT_EQ(inst->render(0.0, o, out), kOfxStatFailed);
+    inst->connect("Source", [](double) -> std::shared_ptr<const ImageBuffer> { throw Error("in.png", "gone"); });
+    EXPECT_THROW(inst->render(0.0, o, out), Error);
+}
+
+TEST_F(RenderTest, RenderScaleShrinksImagesAndIsPassedOn)
+{
+    auto inst = tint();
+    RenderOptions o;
+    o.renderScale = 0.5;
+    ImageBuffer out = inst->makeOutput(o);
+    EXPECT_EQ(out.width(), 5);  // 9 * 0.5 rounds to 5
+    EXPECT_EQ(out.height(), 3);
+    ASSERT_EQ(inst->render(0.0, o, out), kOfxStatOK);
+    EXPECT_EQ(out.byteAt(1, 1, 3), source->byteAt(2, 2, 3));  // nearest pixel of the full frame
+}
+
+TEST_F(RenderTest, ConcurrentRendersOfOneInstance)
+{
+    auto inst = tint();
+    inst->setValueText("Gain", "0.25");
+    std::vector<std::thread> threads;
+    std::atomic<int> bad{0};
+    for (int t = 0; t < 3; ++t)
+        threads.emplace_back([&, t] {
+            RenderOptions o;
+            for (int k = 0; k < 20; ++k) {
+                ImageBuffer out = inst->makeOutput(o);
+                if (inst->render(double(t * 100 + k), o, out) != kOfxStatOK)
+                    ++bad;
+                else if (out.byteAt(4, 4, 3) != source->byteAt(4, 4, 3))
+                    ++bad;
+            }
+        });
+    for (auto& th : threads)
+        th.join();
+    EXPECT_EQ(bad, 0);
+}
+
+TEST_F(RenderTest, AbortIsWhatTheHostSays)
+{
+    auto inst = tint();
+    const OfxImageEffectSuiteV1* fx = static_cast<const OfxImageEffectSuiteV1*>(host->fetchSuite(kOfxImageEffectSuite, 1));
+    EXPECT_EQ(fx->abort(inst->handle()), 0);
+    inst->setAbort(true);
+    EXPECT_EQ(fx->abort(inst->handle()), 1);
+    EXPECT_EQ(fx->abort(nullptr), 0);
+}
+
+TEST_F(RenderTest, ImageSuiteMisuse)
+{
+    auto inst = tint();
+    const auto* fx = static_cast<const OfxImageEffectSuiteV1*>(host->fetchSuite(kOfxImageEffectSuite, 1));
+    OfxImageClipHandle clip = nullptr;
+    ASSERT_EQ(fx->clipGetHandle(inst->handle(), "Output", &clip, nullptr), kOfxStatOK);
+    OfxPropertySetHandle img = nullptr;
+    // The output has an image only during a render.
+    EXPECT_EQ(fx->clipGetImage(clip, 0.0, nullptr, &img), kOfxStatFailed);
+    EXPECT_EQ(fx->clipGetHandle(inst->handle(), "Nope", &clip, nullptr), kOfxStatErrUnknown);
+    EXPECT_EQ(fx->clipReleaseImage(inst->props().handle()), kOfxStatErrBadHandle);
+    EXPECT_EQ(fx->clipReleaseImage(nullptr), kOfxStatErrBadHandle);
+    EXPECT_EQ(fx->clipDefine(inst->handle(), "Late", nullptr), kOfxStatErrBadHandle);
+    EXPECT_EQ(fx->getPropertySet(reinterpret_cast<OfxImageEffectHandle>(&clip), &img), kOfxStatErrBadHandle);
+    OfxRectD rod{};
+    ASSERT_EQ(fx->clipGetHandle(inst->handle(), "Source", &clip, nullptr), kOfxStatOK);
+    EXPECT_EQ(fx->clipGetRegionOfDefinition(clip, 0.0, &rod), kOfxStatOK);
+    EXPECT_EQ(rod.x2, 9.0);
+    EXPECT_EQ(rod.y2, 5.0);
+    // Input images can be fetched outside a render; each must be released once.
+    ASSERT_EQ(fx->clipGetImage(clip, 0.0, nullptr, &img), kOfxStatOK);
+    EXPECT_EQ(inst->liveImageCount(), 1u);
+    EXPECT_EQ(fx->clipReleaseImage(img), kOfxStatOK);
+    EXPECT_EQ(fx->clipReleaseImage(img), kOfxStatErrBadHandle);
+    OfxImageMemoryHandle mem = nullptr;
+    void* p = nullptr;
+    ASSERT_EQ(fx->imageMemoryAlloc(inst->handle(), 100, &mem), kOfxStatOK);
+    EXPECT_EQ(fx->imageMemoryLock(mem, &p), kOfxStatOK);
+    EXPECT_NE(p, nullptr);
+    EXPECT_EQ(fx->imageMemoryUnlock(mem), kOfxStatOK);
+    EXPECT_EQ(fx->imageMemoryFree(mem), kOfxStatOK);
+    EXPECT_EQ(fx->imageMemoryLock(mem, &p), kOfxStatErrBadHandle);
+}
+
+TEST(RenderJobs, GeneratorSequenceWithAnimatedParameter)
+{
+    auto host = hosttest::quietHost();
+    auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:ramp");
+    RenderJob job;
+    job.size = std::pair{3, 2};
+    job.options.depth = Depth::Float;
+    job.depthGiven = true;
+    job.times = {1, 2, 3, 4, 5};
+    job.settings = {parseSetting("Level=0@1"), parseSetting("Level=1@3"), parseSetting("Color=0.5,1,0,1")};
+    const RenderResult r = runRenderJob(*plugin, job);
+    EXPECT_EQ(r.context, kOfxImageEffectContextGenerator);
+    ASSERT_EQ(r.frames.size(), 5u);
+    const float levels[5] = {0, 0.5f, 1, 1, 1};
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(r.frames[i].floatAt(2, 1, 0), 0.5f * levels[i]) << i;
+        EXPECT_EQ(r.frames[i].floatAt(0, 0, 1), levels[i]) << i;
+    }
+}
+
+TEST(RenderJobs, TransitionSweepsFromZeroToOne)
+{
+    auto host = hosttest::quietHost();
+    auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:mix");
+    ImageBuffer black(2, 2, Depth::Float, PixelOrder::BGRA);
+    ImageBuffer white(2, 2, Depth::Float, PixelOrder::BGRA);
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 2; ++x)
+            for (int c = 0; c < 4; ++c)
+                white.setFloat(x, y, c, 1.0f);
+    RenderJob job;
+    job.inputs = {{"", "", std::make_shared<const ImageBuffer>(black.clone())},
+                  {"", "", std::make_shared<const ImageBuffer>(white.clone())}};
+    job.options.order = PixelOrder::BGRA;
+    job.times = {10, 11, 12, 13, 14};
+    const RenderResult r = runRenderJob(*plugin, job);
+    EXPECT_EQ(r.context, kOfxImageEffectContextTransition);
+    EXPECT_EQ(r.depth, Depth::Float);  // from the in-memory inputs
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(r.frames[i].floatAt(1, 1, 2), i * 0.25f) << i;
+    job.settings = {parseSetting("Transition=0.75")};
+    EXPECT_EQ(runRenderJob(*plugin, job).frames[0].floatAt(0, 0, 0), 0.75f);
+}
+
+TEST(RenderJobs, IdentityCopiesTheSource)
+{
+    auto host = hosttest::quietHost();
+    auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
+    auto frame = std::make_shared<const ImageBuffer>(ImageBuffer::testFrame(6, 4, Depth::Byte, PixelOrder::RGBA, 9));
+    RenderJob job;
+    job.inputs = {{"", "", frame}};
+    job.settings = {parseSetting("Mode=Copy"), parseSetting("Gain=3.9")};
+    // Gain 3.9 would make the render fail: an identity never renders.
+    const RenderResult r = runRenderJob(*plugin, job);
+    EXPECT_TRUE(r.frames[0].samePixels(*frame));
+    job.checkIdentity = false;
+    EXPECT_THROW(runRenderJob(*plugin, job), Error);
+}
+
+TEST(RenderJobs, MistakesInTheJob)
+{
+    auto host = hosttest::quietHost();
+    auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
+    auto frame = std::make_shared<const ImageBuffer>(2, 2, Depth::Byte, PixelOrder::RGBA);
+    RenderJob job;
+    EXPECT_THROW(runRenderJob(*plugin, job), Error);  // a filter without its Source
+    job.inputs = {{"", "", frame}, {"", "", frame}};
+    job.context = "filter";
+    EXPECT_THROW(runRenderJob(*plugin, job), Error);  // one input too many
+    job.inputs = {{"Source", "", frame}, {"Source", "", frame}};
+    EXPECT_THROW(runRenderJob(*plugin, job), Error);
+    job.inputs = {{"", "", frame}};
+    job.settings = {parseSetting("Mode=Sideways")};
+    EXPECT_THROW(runRenderJob(*plugin, job), Error);
+    job.settings = {};
+    job.context = "paint";
+    EXPECT_THROW(runRenderJob(*plugin, job), Error);
+    job.context = "general";
+    EXPECT_NO_THROW(runRenderJob(*plugin, job));
+}
+
+}  // namespace

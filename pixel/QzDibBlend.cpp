@@ -35,7 +35,9 @@ extern "C" HRESULT QzDibAbsoluteAlphaValueBlend(void* dst, const RECT* dstBounds
     if (bytesPerPixel == 4) {
         // Only the low byte of the rounded strength is kept.
         const int32_t a = qz::roundBiased(static_cast<double>(static_cast<float>(alpha) * 255.0f)) & 0xFF;
-        blendBytes(d, s, w, h, dstStride, srcStride, a);
+        // At strength 0 every byte stays as it is: skip the pass. (Not so in
+        // float, where an infinite or NaN difference would still spread.)
+        if (a != 0) blendBytes(d, s, w, h, dstStride, srcStride, a);
     } else {
         blendFloats(d, s, w, h, dstStride, srcStride, static_cast<float>(alpha));
     }

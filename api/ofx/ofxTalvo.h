@@ -18,7 +18,7 @@ extern "C" {
 /* ---- generic ---- */
 /* called on the source instance before the host clones it */
 #define kOfxActionSyncPreClone "OfxActionSyncPreClone"
-/* string X 1: time code of the current frame, in render arguments */
+/* double X 1: time code of the frame being rendered, in render arguments */
 #define kOfxPropTalvoTimeCode "OfxPropTalvoTimeCode"
 /* pointer X 1, host: the native main window */
 #define kOfxPropTalvoHostHWnd "OfxPropTalvoHostHWnd"

@@ -6,6 +6,7 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "QzByteDivide.h"
 #include "RawView.h"
 
 namespace {
@@ -55,10 +56,11 @@ private:
         if constexpr (std::is_same_v<PIX, unsigned char>) {
             unsigned char table[256];
             for (int i = 0; i < 256; ++i) table[i] = static_cast<unsigned char>(~i);
+            const qz::ByteDivider divider;
             for (int y = rows.y1; y < rows.y2; ++y) {
                 if (effect.abort()) return 1;
                 auto* p = static_cast<unsigned char*>(dstImg->getPixelAddress(rows.x1, y));
-                for (int x = rows.x1; x < rows.x2; ++x, p += 4) invertByte(p, table);
+                for (int x = rows.x1; x < rows.x2; ++x, p += 4) invertByte(p, table, divider);
             }
         } else {
             for (int y = rows.y1; y < rows.y2; ++y) {
@@ -70,7 +72,7 @@ private:
         return 0;
     }
 
-    static void invertByte(unsigned char* p, const unsigned char* table) {
+    static void invertByte(unsigned char* p, const unsigned char* table, const qz::ByteDivider& divider) {
         const int a = p[3];
         if (a == 255) {
             for (int c = 0; c < 3; ++c) p[c] = table[p[c]];
@@ -78,7 +80,7 @@ private:
             for (int c = 0; c < 3; ++c) p[c] = 0;
         } else {
             for (int c = 0; c < 3; ++c) {
-                const int u = std::min(255, p[c] * 255 / a);
+                const int u = std::min<int>(255, divider.divide(p[c] * 255, a));
                 // Note: the shift, not a division by 255, is the defined
                 // rounding of the re-premultiplication.
                 p[c] = static_cast<unsigned char>((table[u] * a) >> 8);

@@ -96,8 +96,9 @@ std::shared_ptr<Bundle> Bundle::open(const std::string& path, Host* host)
         OfxPlugin* plugin = get(i);
         if (!plugin || !plugin->pluginIdentifier || !plugin->pluginApi || !plugin->mainEntry)
             throw Error(module, "OfxGetPlugin(" + std::to_string(i) + ") returned an incomplete record");
-        b->plugins_.push_back(plugin);
+        b->ids_.push_back(plugin->pluginIdentifier);
     }
+    b->getPlugin_ = get;
     return b;
 }
 
@@ -111,15 +112,23 @@ OfxPlugin* Bundle::rawPlugin(int index) const
 {
     if (index < 0 || index >= pluginCount())
         throw Error(modulePath_, "no plug-in number " + std::to_string(index));
-    return plugins_[index];
+    OfxPlugin* plugin = getPlugin_(index);
+    if (!plugin || !plugin->mainEntry)
+        throw Error(modulePath_, "OfxGetPlugin(" + std::to_string(index) + ") returned no record");
+    return plugin;
 }
 
-std::string Bundle::pluginId(int index) const { return rawPlugin(index)->pluginIdentifier; }
+std::string Bundle::pluginId(int index) const
+{
+    if (index < 0 || index >= pluginCount())
+        throw Error(modulePath_, "no plug-in number " + std::to_string(index));
+    return ids_[index];
+}
 
 int Bundle::indexOf(const std::string& id) const
 {
     for (int i = 0; i < pluginCount(); ++i)
-        if (id == plugins_[i]->pluginIdentifier)
+        if (id == ids_[i])
             return i;
     return -1;
 }

@@ -28,8 +28,9 @@ public:
     // The ".ofx.bundle" directory, or the module's directory for a bare module.
     const std::string& directory() const { return directory_; }
 
-    int pluginCount() const { return static_cast<int>(plugins_.size()); }
-    // The raw record, as OfxGetPlugin gave it.
+    int pluginCount() const { return static_cast<int>(ids_.size()); }
+    // The raw record, asked of OfxGetPlugin on every call: a plug-in may
+    // release its record when it is unloaded and build it anew later.
     OfxPlugin* rawPlugin(int index) const;
     std::string pluginId(int index) const;
     // Index of a plug-in identifier, or -1.
@@ -41,7 +42,8 @@ private:
     void* module_ = nullptr;
     std::string modulePath_;
     std::string directory_;
-    std::vector<OfxPlugin*> plugins_;
+    OfxPlugin* (*getPlugin_)(int) = nullptr;
+    std::vector<std::string> ids_;
 };
 
 // The module inside a bundle directory (Contents/Linux-x86-64/NAME.ofx, with

@@ -320,8 +320,11 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
         throw Error("render", "the output image is not in the render's depth and order");
     RectI window = o.window.value_or(output.bounds());
     const RectI b = output.bounds();
-    if (window.empty() || window.x1 < b.x1 || window.y1 < b.y1 || window.x2 > b.x2 || window.y2 > b.y2)
-        throw Error("render window", "must be a non-empty part of the " + std::to_string(b.width()) + "x" +
+    // An empty window is legal (a host may ask for nothing), one reaching
+    // outside the output is not.
+    if (window.x2 < window.x1 || window.y2 < window.y1 || window.x1 < b.x1 || window.y1 < b.y1 ||
+        window.x2 > b.x2 || window.y2 > b.y2)
+        throw Error("render window", "must be a part of the " + std::to_string(b.width()) + "x" +
                                          std::to_string(b.height()) + " output");
     const RenderContext ctx{this, time, o, &output};
     {

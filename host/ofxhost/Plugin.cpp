@@ -9,8 +9,13 @@
 
 namespace ofxhost {
 
-Plugin::Plugin(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, OfxPlugin* raw)
-    : host_(std::move(host)), bundle_(std::move(bundle)), raw_(raw), id_(raw->pluginIdentifier)
+Plugin::Plugin(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, int index, OfxPlugin* raw)
+    : host_(std::move(host)),
+      bundle_(std::move(bundle)),
+      id_(raw->pluginIdentifier),
+      index_(index),
+      versionMajor_(raw->pluginVersionMajor),
+      versionMinor_(raw->pluginVersionMinor)
 {
 }
 
@@ -22,13 +27,13 @@ std::shared_ptr<Plugin> Plugin::load(std::shared_ptr<Host> host, std::shared_ptr
     if (std::string(raw->pluginApi) != kOfxImageEffectPluginApi)
         throw Error(raw->pluginIdentifier,
                     std::string("is a \"") + raw->pluginApi + "\" plug-in, not an image effect");
-    std::shared_ptr<Plugin> p(new Plugin(host, bundle, raw));
+    std::shared_ptr<Plugin> p(new Plugin(host, bundle, index, raw));
     if (raw->setHost)
         raw->setHost(host->ofxHost());
     const OfxStatus s = p->callAction(kOfxActionLoad, nullptr, nullptr, nullptr);
     if (s != kOfxStatOK && s != kOfxStatReplyDefault) {
         // It did not load, so it must not be unloaded: drop the record.
-        p->raw_ = nullptr;
+        p->loaded_ = false;
         throw Error(raw->pluginIdentifier, "load action returned " + statusName(s), s);
     }
     return p;
@@ -36,7 +41,7 @@ std::shared_ptr<Plugin> Plugin::load(std::shared_ptr<Host> host, std::shared_ptr
 
 Plugin::~Plugin()
 {
-    if (!raw_)
+    if (!loaded_)
         return;
     contextDescriptors_.clear();
     descriptor_.reset();
@@ -48,14 +53,16 @@ std::string Plugin::bundleDirectory() const { return bundle_->directory(); }
 OfxStatus Plugin::callAction(const char* action, const void* handle, OfxPropertySetHandle inArgs,
                              OfxPropertySetHandle outArgs)
 {
-    if (!raw_)
+    if (!loaded_)
         return kOfxStatErrBadHandle;
     CallContext c = callContext();
     c.host = host_.get();
     c.plugin = this;
     CallScope scope(c);
-    return raw_->mainEntry(action, handle, inArgs, outArgs);
+    return raw()->mainEntry(action, handle, inArgs, outArgs);
 }
+
+OfxPlugin* Plugin::raw() const { return bundle_->rawPlugin(index_); }
 
 EffectObject& Plugin::describe()
 {

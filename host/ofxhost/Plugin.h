@@ -29,9 +29,10 @@ public:
     Plugin& operator=(const Plugin&) = delete;
 
     const std::string& id() const { return id_; }
-    unsigned versionMajor() const { return raw_->pluginVersionMajor; }
-    unsigned versionMinor() const { return raw_->pluginVersionMinor; }
-    OfxPlugin* raw() const { return raw_; }
+    unsigned versionMajor() const { return versionMajor_; }
+    unsigned versionMinor() const { return versionMinor_; }
+    // The plug-in's current record (see Bundle::rawPlugin).
+    OfxPlugin* raw() const;
     Host& host() const { return *host_; }
     Bundle& bundle() const { return *bundle_; }
     std::string bundleDirectory() const;
@@ -54,12 +55,15 @@ public:
     std::unique_ptr<Instance> createInstance(const std::string& context);
 
 private:
-    Plugin(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, OfxPlugin* raw);
+    Plugin(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, int index, OfxPlugin* raw);
 
     std::shared_ptr<Host> host_;
     std::shared_ptr<Bundle> bundle_;
-    OfxPlugin* raw_;
     std::string id_;
+    int index_;
+    unsigned versionMajor_;
+    unsigned versionMinor_;
+    bool loaded_ = true;
     std::mutex describeMutex_;
     std::unique_ptr<EffectObject> descriptor_;
     std::map<std::string, std::unique_ptr<EffectObject>> contextDescriptors_;

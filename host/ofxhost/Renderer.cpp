@@ -99,10 +99,15 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
     // Clip names for inputs given without one: the context's own inputs,
     // else the descriptor's input clips in order.
     std::vector<std::string> defaults = mainInputs(context);
-    if (defaults.empty())
+    if (defaults.empty()) {
+        // Other contexts: "Source" first when the plug-in has one, as a bare
+        // -i names it, then the other inputs in the order they were defined.
+        if (descriptor.clip(kOfxImageEffectSimpleSourceClipName))
+            defaults.push_back(kOfxImageEffectSimpleSourceClipName);
         for (const auto& c : descriptor.clips())
-            if (!c->isOutput())
+            if (!c->isOutput() && c->name() != kOfxImageEffectSimpleSourceClipName)
                 defaults.push_back(c->name());
+    }
     std::vector<std::pair<std::string, const RenderInput*>> inputs;
     std::size_t next = 0;
     for (const auto& in : job.inputs) {

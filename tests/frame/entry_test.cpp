@@ -213,7 +213,9 @@ TEST_F(RawModule, AskingPastTheLastPluginIsLoggedAndRefused) {
 }
 
 TEST_F(RawModule, AHostWithoutAMandatorySuiteIsInadequate) {
-    auto poor = quietHost(ofxhost::HostConfig{.withheldSuites = {"OfxMultiThreadSuite"}});
+    ofxhost::HostConfig config;
+    config.withheldSuites = {"OfxMultiThreadSuite"};
+    auto poor = quietHost(config);
     OfxPlugin* plugin = getPlugin(index);
     plugin->setHost(poor->ofxHost());
     EXPECT_EQ(plugin->mainEntry(kOfxActionLoad, nullptr, nullptr, nullptr), kOfxStatErrMissingHostFeature);

@@ -62,4 +62,14 @@ TEST(RowSplit, TheWindowIsSplitNotTheImage) {
     EXPECT_EQ(run.output.floatAt(1, 4, 3), 1.0f);
 }
 
+// The guard of process() is deliberately narrow: only a window with no width
+// but some height is skipped.
+TEST(ProcessGuard, OnlyAZeroWidthWindowWithRowsIsSkipped) {
+    EXPECT_EQ(runProbe(2, 4, 4, ofxhost::RectI{0, 0, 0, 0}).steps,
+              (std::vector<std::string>{"band 0 0", "band 0 0", "postProcess", "preProcess"}));
+    EXPECT_EQ(runProbe(2, 4, 4, ofxhost::RectI{1, 2, 3, 2}).steps,
+              (std::vector<std::string>{"band 2 2", "band 2 2", "postProcess", "preProcess"}));
+    EXPECT_TRUE(runProbe(2, 4, 4, ofxhost::RectI{2, 0, 2, 4}).steps.empty());
+}
+
 }  // namespace

@@ -3,16 +3,15 @@
 // two rates compare on a noisy machine.
 #include <benchmark/benchmark.h>
 
-#include <chrono>
-#include <cstring>
 #include <vector>
 
+#include "BenchFrame.h"
 #include "QzDib.h"
 
 namespace {
 
-constexpr int kWidth = 3840;
-constexpr int kHeight = 2160;
+using bench::kHeight;
+using bench::kWidth;
 
 template <int BytesPerPixel>
 struct Frames {
@@ -22,18 +21,6 @@ struct Frames {
     int32_t stride = kWidth * BytesPerPixel;
 };
 
-double memcpyRate(size_t bytes) {
-    std::vector<uint8_t> a(bytes, 1), b(bytes);
-    const auto start = std::chrono::steady_clock::now();
-    constexpr int kRuns = 5;
-    for (int i = 0; i < kRuns; ++i) {
-        std::memcpy(b.data(), a.data(), bytes);
-        benchmark::DoNotOptimize(b.data());
-    }
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    return kRuns * double(kWidth) * kHeight / seconds;
-}
-
 template <int BytesPerPixel>
 void BM_AbsoluteAlphaValueBlend(benchmark::State& state) {
     Frames<BytesPerPixel> f;
@@ -42,9 +29,7 @@ void BM_AbsoluteAlphaValueBlend(benchmark::State& state) {
                                      nullptr, BytesPerPixel, 0.5);
         benchmark::DoNotOptimize(f.dst.data());
     }
-    const double pixels = double(kWidth) * kHeight * state.iterations();
-    state.counters["Mpx/s"] = benchmark::Counter(pixels / 1e6, benchmark::Counter::kIsRate);
-    state.counters["memcpy_Mpx/s"] = memcpyRate(f.dst.size()) / 1e6;
+    bench::reportFrameRate(state, f.dst.size());
 }
 
 template <int BytesPerPixel>
@@ -55,9 +40,7 @@ void BM_CopyUnscaled(benchmark::State& state) {
                           BytesPerPixel);
         benchmark::DoNotOptimize(f.dst.data());
     }
-    const double pixels = double(kWidth) * kHeight * state.iterations();
-    state.counters["Mpx/s"] = benchmark::Counter(pixels / 1e6, benchmark::Counter::kIsRate);
-    state.counters["memcpy_Mpx/s"] = memcpyRate(f.dst.size()) / 1e6;
+    bench::reportFrameRate(state, f.dst.size());
 }
 
 BENCHMARK_TEMPLATE(BM_AbsoluteAlphaValueBlend, 4)->Unit(benchmark::kMillisecond);

@@ -18,6 +18,14 @@
 //   This is the library's reference arithmetic; callers rely on it.
 // - Statuses are HRESULT-shaped: negative is failure. S_FALSE means a render
 //   loop saw the host's abort flag.
+// - Descriptor view. Functions that take a BITMAPINFOHEADER work on a
+//   Windows-style DIB: rows stored bottom-up (image row y lies at
+//   bits + (biHeight - y - 1) * stride), rectangles given top-down in image
+//   space, pixels blue first. A null bits pointer means the bits that follow
+//   the header in the same block; a zero stride means the DWORD-aligned row.
+//
+// The declarations are grouped by subject in the headers included at the
+// end; this one holds the types they share.
 #pragma once
 
 #include <stdint.h>
@@ -45,35 +53,123 @@ typedef struct tagRECT {
 #define E_OUTOFMEMORY ((HRESULT)0x8007000E)
 #define QZ_E_BADCOPYPARAMS ((HRESULT)0x8004E000)
 
-// Resolves the rectangles of a two-image raw-view operation to a common
-// size and the addresses of their first pixels. dstRect and srcRect must
-// have equal sizes (E_INVALIDARG). Each is clipped to its own bounds; when
-// the clipped sizes differ, the clipped source is laid on the destination
-// rectangle's top-left corner and must cover the clipped destination
-// (E_INVALIDARG otherwise: a partial overlap on the far side is an error,
-// not a smaller copy). Outputs are cleared first and stay zero when the
-// clip leaves nothing.
-QZ_EXPORT HRESULT QzDibPrepareCopy(int32_t* outWidth, int32_t* outHeight, uint8_t** outSrc, uint8_t** outDst,
-                                   void* dstBits, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                                   const void* srcBits, const RECT* srcBounds, int32_t srcStride,
-                                   const RECT* srcRect, int32_t bytesPerPixel);
+typedef struct tagBITMAPINFOHEADER {
+    uint32_t biSize;
+    int32_t biWidth;
+    int32_t biHeight;
+    uint16_t biPlanes;
+    uint16_t biBitCount;
+    uint32_t biCompression;
+    uint32_t biSizeImage;
+    int32_t biXPelsPerMeter;
+    int32_t biYPelsPerMeter;
+    uint32_t biClrUsed;
+    uint32_t biClrImportant;
+} BITMAPINFOHEADER;
 
-// Copies srcRect of the source onto dstRect of the destination, one
-// memcpy per row. Returns the preparation's status.
-QZ_EXPORT HRESULT QzDibCopyUnscaled(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                                    const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
-                                    int32_t bytesPerPixel);
+typedef struct tagRGBQUAD {
+    uint8_t rgbBlue;
+    uint8_t rgbGreen;
+    uint8_t rgbRed;
+    uint8_t rgbReserved;
+} RGBQUAD;
 
-// Mixes the source into the destination at one constant strength alpha
-// (0 keeps the destination, 1 takes the source), all four channels.
-// 8-bit: the strength becomes a byte by round-half-even of
-// alpha * 255 (in float) + 1.5e-8, then the reference mix. Float:
-// d = (s - d) * alpha + d in single precision.
-QZ_EXPORT HRESULT QzDibAbsoluteAlphaValueBlend(void* dst, const RECT* dstBounds, int32_t dstStride,
-                                               const RECT* dstRect, const void* src, const RECT* srcBounds,
-                                               int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
-                                               double alpha);
+#define BI_RGB 0u
+#define BI_BITFIELDS 3u
+
+// FourCCs are stored little-endian, first letter in the low byte.
+#define QZ_FOURCC(a, b, c, d) \
+    ((uint32_t)(uint8_t)(a) | ((uint32_t)(uint8_t)(b) << 8) | ((uint32_t)(uint8_t)(c) << 16) | ((uint32_t)(uint8_t)(d) << 24))
+// Straight 32/64/128-bit BGRA.
+#define QZ_COMPRESSION_QZDB QZ_FOURCC('Q', 'Z', 'D', 'B')
+// Grey.
+#define QZ_COMPRESSION_QZGS QZ_FOURCC('Q', 'Z', 'G', 'S')
+
+// The pixel type of a descriptor. The values index tables and are exported,
+// so they are fixed, gaps included.
+typedef int32_t QzPixelType;
+enum {
+    QzPixelUnknown = 0,
+    QzPixelMono1 = 16,
+    QzPixelGray1 = 17,
+    QzPixelGray2 = 18,
+    QzPixelGray4 = 19,
+    QzPixelGray8 = 20,
+    QzPixelGray16 = 21,
+    QzPixelGray32 = 22,
+    QzPixelPal4 = 23,
+    QzPixelPal8 = 24,
+    QzPixelRGB555 = 25,
+    QzPixelRGB565 = 26,
+    QzPixelRGB24 = 27,
+    QzPixelRGB32 = 28,
+    QzPixelRGBA32 = 29,
+    QzPixelRGB10 = 30,
+    QzPixelRGBA64 = 31,
+    QzPixelRGBA128 = 32,
+    QzPixelRGB10Alt = 34,
+    QzPixelUYVY = 64,
+    QzPixelYUYV = 65,
+    QzPixelY41B = 66,
+    QzPixelI420 = 67,
+    QzPixelv210 = 68,
+    QzPixelP010 = 69,
+    QzPixelPL10 = 70,
+    QzPixelP210 = 71,
+    QzPixelP216 = 72,
+    QzPixelY210 = 73,
+    QzPixelP410 = 74,
+    QzPixelNV12 = 75,
+    QzPixelYV12 = 76,
+    QzPixelYV16 = 77,
+    QzPixelA410 = 78
+};
+
+// Pixel records, all blue first in memory.
+typedef struct tQZRGBA {
+    uint8_t b, g, r, a;
+} QZRGBA;
+
+typedef struct tQZRGBAFLOAT {
+    float b, g, r, a;
+} QZRGBAFLOAT;
+
+// A colour handed to the drawing helpers, 0 to 1.
+typedef struct tQZDIBPIXEL {
+    float b, g, r, a;
+} QZDIBPIXEL;
+
+// The three widths of the converting copy's exchange pixel.
+typedef struct {
+    uint8_t b, g, r, a;
+} tQZPIXEL32;
+typedef struct {
+    uint16_t b, g, r, a;
+} tQZPIXEL64;
+typedef struct {
+    float b, g, r, a;
+} tQZPIXEL128;
+
+// Hue, saturation, lightness, alpha, nominally 0 to 1; hue 0 is red,
+// 1/3 green, 2/3 blue.
+typedef struct tQZHSL {
+    double h, s, l, a;
+} QZHSL;
+
+// CIE L*a*b*: L 0 to 100.
+typedef struct tQZLAB {
+    double L, a, b;
+} QZLAB;
+
+// Channel numbers of the channel operations, blue first.
+typedef uint32_t QzChannel;
+enum { QzChannelBlue = 0, QzChannelGreen = 1, QzChannelRed = 2, QzChannelAlpha = 3 };
 
 #ifdef __cplusplus
 }
 #endif
+
+#include "QzDibDescriptor.h"
+#include "QzDibRaw.h"
+#include "QzDibConvert.h"
+#include "QzColor.h"

@@ -17,4 +17,10 @@ inline int32_t roundBiased(double v) {
     return static_cast<int32_t>(static_cast<uint32_t>(bits));
 }
 
+// Truncation toward zero as the processor's conversion does it: a value
+// outside the 32-bit range (or NaN) gives 0x80000000.
+inline int32_t truncToInt32(double v) {
+    return (v > -2147483649.0 && v < 2147483648.0) ? static_cast<int32_t>(v) : INT32_MIN;
+}
+
 }  // namespace qz

@@ -1,0 +1,361 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QzDib.h"
+
+namespace {
+
+// Room for a header and a full 8-bit palette behind it.
+struct Block {
+    BITMAPINFOHEADER h{};
+    uint32_t behind[256]{};
+};
+
+struct DibFree {
+    void operator()(BITMAPINFOHEADER* d) const { QzDibFree(d, 0); }
+};
+using DibPtr = std::unique_ptr<BITMAPINFOHEADER, DibFree>;
+
+DibPtr alloc(QzPixelType type, int32_t w, int32_t h, const RGBQUAD* palette = nullptr, int32_t entries = 0) {
+    BITMAPINFOHEADER* d = nullptr;
+    EXPECT_EQ(QzDibAlloc(&d, type, w, h, palette, entries, QZDIBALLOC_ZERO, 0), S_OK);
+    return DibPtr(d);
+}
+
+uint32_t headerBytes(QzPixelType type, const RGBQUAD* palette = nullptr, int32_t entries = 0) {
+    Block b;
+    uint32_t n = 0;
+    EXPECT_EQ(QzDibInfo(&n, nullptr, &b.h, type, 4, 2, palette, entries), S_OK);
+    return n;
+}
+
+TEST(QzDibInfo, FillsTheHeaderFields) {
+    Block b;
+    b.h.biYPelsPerMeter = 77;
+    uint32_t hdr = 0, img = 0;
+    ASSERT_EQ(QzDibInfo(&hdr, &img, &b.h, QzPixelRGB24, 5, 3, nullptr, 0), S_OK);
+    EXPECT_EQ(b.h.biSize, 40u);
+    EXPECT_EQ(b.h.biWidth, 5);
+    EXPECT_EQ(b.h.biHeight, 3);
+    EXPECT_EQ(b.h.biPlanes, 1);
+    EXPECT_EQ(b.h.biBitCount, 24);
+    EXPECT_EQ(b.h.biCompression, BI_RGB);
+    // (24 * 5 + 31) >> 3 = 18, masked to 16.
+    EXPECT_EQ(b.h.biSizeImage, 48u);
+    EXPECT_EQ(img, 48u);
+    EXPECT_EQ(b.h.biXPelsPerMeter, 0);
+    EXPECT_EQ(b.h.biYPelsPerMeter, 77) << "never read, never written";
+    EXPECT_EQ(b.h.biClrUsed, 0u);
+    EXPECT_EQ(b.h.biClrImportant, 0u);
+    EXPECT_EQ(hdr, 40u);
+
+    ASSERT_EQ(QzVideo_InitBitmapInfo(&b.h, QzPixelPal4, 3, 2, nullptr, 0, &img), S_OK);
+    EXPECT_EQ(img, 8u) << "(4 * 3 + 31) >> 3 = 5, masked to 4, per row";
+}
+
+TEST(QzDibInfo, PaletteCountIsOneShortOfTheTable) {
+    EXPECT_EQ(headerBytes(QzPixelPal8), 40u + 4 * 255);
+    EXPECT_EQ(headerBytes(QzPixelPal4), 40u + 4 * 15);
+    EXPECT_EQ(headerBytes(QzPixelGray8), 40u + 4 * 255) << "grey types too";
+    EXPECT_EQ(headerBytes(QzPixelGray1), 40u + 4 * 1);
+    EXPECT_EQ(headerBytes(QzPixelMono1), 40u + 4 * 1);
+    EXPECT_EQ(headerBytes(QzPixelPal8, nullptr, -5), 40u + 4 * 255) << "a negative count is none";
+    EXPECT_EQ(headerBytes(QzPixelRGB32), 40u);
+    EXPECT_EQ(headerBytes(QzPixelGray16), 40u);
+
+    const RGBQUAD pal[2] = {{1, 2, 3, 4}, {5, 6, 7, 8}};
+    Block b;
+    ASSERT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelPal8, 4, 2, pal, 2), S_OK);
+    EXPECT_EQ(b.h.biClrUsed, 2u);
+    EXPECT_EQ(std::memcmp(b.behind, pal, sizeof pal), 0);
+    EXPECT_EQ(b.behind[2], 0u);
+    EXPECT_EQ(headerBytes(QzPixelRGB32, pal, 2), 48u) << "a count is kept even past 8 bits";
+}
+
+TEST(QzDibInfo, BitfieldTypesStoreMasksAndTakeFiftyTwoBytes) {
+    const RGBQUAD pal[2] = {};
+    for (QzPixelType t : {QzPixelRGB565, QzPixelRGB10, QzPixelRGB10Alt}) {
+        Block b;
+        uint32_t hdr = 0;
+        ASSERT_EQ(QzDibInfo(&hdr, nullptr, &b.h, t, 4, 2, pal, 2), S_OK);
+        EXPECT_EQ(hdr, 52u);
+        EXPECT_EQ(b.h.biClrUsed, 0u) << "masks, never a palette";
+        EXPECT_EQ(b.h.biCompression, BI_BITFIELDS);
+        EXPECT_EQ(QzDibBitsFromHeader(&b.h) - reinterpret_cast<uint8_t*>(&b.h), 52);
+    }
+    Block b;
+    ASSERT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelRGB565, 4, 2, nullptr, 0), S_OK);
+    EXPECT_EQ(b.behind[0], 0xF800u);
+    EXPECT_EQ(b.behind[1], 0x07E0u);
+    EXPECT_EQ(b.behind[2], 0x001Fu);
+    EXPECT_EQ(QzGetPixelType(&b.h), QzPixelRGB565);
+    ASSERT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelRGB10Alt, 4, 2, nullptr, 0), S_OK);
+    EXPECT_EQ(QzGetPixelType(&b.h), QzPixelRGB10);
+}
+
+TEST(QzDibInfo, YuvTypesTakeTheirPlaneSizes) {
+    Block b;
+    uint32_t img = 0;
+    ASSERT_EQ(QzDibInfo(nullptr, &img, &b.h, QzPixelI420, 4, 4, nullptr, 0), S_OK);
+    EXPECT_EQ(img, 24u);
+    EXPECT_EQ(b.h.biBitCount, 12);
+    EXPECT_EQ(b.h.biCompression, QZ_FOURCC('I', '4', '2', '0'));
+    EXPECT_EQ(b.h.biClrUsed, 0u);
+}
+
+TEST(QzDibInfo, RefusesBadArguments) {
+    Block b;
+    EXPECT_EQ(QzDibInfo(nullptr, nullptr, nullptr, QzPixelRGB32, 4, 2, nullptr, 0), E_INVALIDARG);
+    EXPECT_EQ(QzVideo_InitBitmapInfo(nullptr, QzPixelRGB32, 4, 2, nullptr, 0, nullptr), E_INVALIDARG);
+    for (QzPixelType t : {0, 15, 33, 35, 63, 79})
+        EXPECT_EQ(QzDibInfo(nullptr, nullptr, &b.h, t, 4, 2, nullptr, 0), E_INVALIDARG) << t;
+    EXPECT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelRGB32, -1, 2, nullptr, 0), E_INVALIDARG);
+    EXPECT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelRGB32, 4, -2, nullptr, 0), E_INVALIDARG);
+    EXPECT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelRGBA128, 65536, 65536, nullptr, 0), E_INVALIDARG)
+        << "more than 32 bits of image bytes";
+}
+
+TEST(QzDibAlloc, BitsFollowTheHeaderWhereReadersLookForThem) {
+    DibPtr pal = alloc(QzPixelPal8, 3, 2);
+    ASSERT_TRUE(pal);
+    EXPECT_EQ(pal->biClrUsed, 255u);
+    EXPECT_EQ(QzDibBitsFromHeader(pal.get()) - reinterpret_cast<uint8_t*>(pal.get()), 40 + 4 * 255);
+    const auto* entries = reinterpret_cast<const uint32_t*>(pal.get() + 1);
+    for (int i = 0; i < 255; ++i) ASSERT_EQ(entries[i], 0u) << "an ungiven palette reads as black";
+
+    DibPtr rgba = alloc(QzPixelRGBA32, 3, 2);
+    ASSERT_TRUE(rgba);
+    EXPECT_EQ(rgba->biSizeImage, 24u);
+    const uint8_t* bits = QzDibBitsFromHeader(rgba.get());
+    EXPECT_EQ(bits - reinterpret_cast<uint8_t*>(rgba.get()), 40);
+    for (int i = 0; i < 24; ++i) ASSERT_EQ(bits[i], 0) << "zero-filled on request";
+
+    BITMAPINFOHEADER* out = reinterpret_cast<BITMAPINFOHEADER*>(1);
+    EXPECT_EQ(QzDibAlloc(&out, 33, 3, 2, nullptr, 0, 0, 0), E_INVALIDARG);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(QzDibAlloc(nullptr, QzPixelRGB32, 3, 2, nullptr, 0, 0, 0), E_POINTER);
+}
+
+TEST(QzDibAlloc, CountersFollowAllocationAndRelease) {
+    int64_t bitmaps0 = 0, bytes0 = 0;
+    QzDibAllocCounters(&bitmaps0, &bytes0);
+    {
+        DibPtr a = alloc(QzPixelRGBA128, 4, 4);
+        DibPtr b = alloc(QzPixelRGB24, 5, 3);
+        BITMAPINFOHEADER* untracked = nullptr;
+        ASSERT_EQ(QzDibAlloc(&untracked, QzPixelRGB32, 1, 1, nullptr, 0, QZDIBALLOC_UNTRACKED, 0x1234), S_OK);
+        int64_t bitmaps = 0, bytes = 0;
+        QzDibAllocCounters(&bitmaps, &bytes);
+        EXPECT_EQ(bitmaps - bitmaps0, 3);
+        EXPECT_EQ(bytes - bytes0, 256 + 48 + 4);
+        EXPECT_EQ(QzDibFree(untracked, QZDIBALLOC_UNTRACKED), S_OK);
+    }
+    EXPECT_EQ(QzDibFree(nullptr, 0), S_OK);
+    int64_t bitmaps1 = 0, bytes1 = 0;
+    QzDibAllocCounters(&bitmaps1, &bytes1);
+    EXPECT_EQ(bitmaps1, bitmaps0);
+    EXPECT_EQ(bytes1, bytes0);
+    QzDibAllocCounters(nullptr, nullptr);
+}
+
+TEST(QzYUVImageBytesAndOffsets, UsualLayoutsOfEachFourCC) {
+    struct Case {
+        QzPixelType type;
+        int32_t w, h;
+        uint32_t bytes;
+        std::array<uint32_t, 3> offsets;
+    };
+    const Case cases[] = {
+        {QzPixelI420, 4, 4, 24, {0, 16, 20}},
+        {QzPixelI420, 5, 3, 27, {0, 15, 21}},  // chroma 3 x 2, rounded up
+        {QzPixelYV12, 5, 3, 27, {0, 15, 21}},
+        {QzPixelNV12, 4, 2, 12, {0, 8, 0}},
+        {QzPixelYV16, 4, 2, 16, {0, 8, 12}},
+        {QzPixelY41B, 8, 1, 12, {0, 8, 10}},
+        {QzPixelUYVY, 3, 2, 16, {0, 0, 0}},  // pixel pairs: width 4
+        {QzPixelYUYV, 4, 1, 8, {0, 0, 0}},
+        {QzPixelY210, 3, 1, 16, {0, 0, 0}},
+        {QzPixelv210, 48, 2, 256, {0, 0, 0}},
+        {QzPixelv210, 49, 1, 256, {0, 0, 0}},  // rows of 128-byte groups
+        {QzPixelP010, 4, 2, 24, {0, 16, 0}},
+        {QzPixelPL10, 4, 2, 24, {0, 16, 20}},
+        {QzPixelP210, 4, 2, 32, {0, 16, 0}},
+        {QzPixelP216, 4, 2, 32, {0, 16, 0}},
+        {QzPixelP410, 2, 1, 12, {0, 4, 0}},
+        {QzPixelA410, 2, 1, 16, {0, 4, 12}},
+    };
+    for (const Case& c : cases) {
+        uint32_t bytes = 0;
+        std::array<uint32_t, 3> offsets{9, 9, 9};
+        ASSERT_EQ(QzYUVImageBytesAndOffsets(c.type, c.w, c.h, &bytes, offsets.data()), S_OK) << c.type;
+        EXPECT_EQ(bytes, c.bytes) << c.type << " " << c.w << "x" << c.h;
+        EXPECT_EQ(offsets, c.offsets) << c.type;
+    }
+    uint32_t bytes = 0;
+    EXPECT_EQ(QzYUVImageBytesAndOffsets(QzPixelRGB32, 4, 4, &bytes, nullptr), E_INVALIDARG);
+    EXPECT_EQ(QzYUVImageBytesAndOffsets(QzPixelI420, -2, 4, &bytes, nullptr), E_INVALIDARG);
+    EXPECT_EQ(QzYUVImageBytesAndOffsets(QzPixelA410, 65536, 65536, &bytes, nullptr), E_INVALIDARG);
+}
+
+// Calls fn with a buffer of size characters of 'x', followed by one more
+// 'x' and a terminator so that an unwritten buffer reads back as "x...".
+std::string text(HRESULT* hr, auto fn, int32_t size = 32) {
+    std::vector<char> buf(static_cast<size_t>(size) + 2, 'x');
+    buf.back() = '\0';
+    *hr = fn(buf.data(), size);
+    return std::string(buf.data());
+}
+
+TEST(QzVideoText, FormatNamesAndFourCCs) {
+    HRESULT hr;
+    const auto format = [](uint32_t c) { return [c](char* t, int32_t n) { return QzVideo_GetFormatText(c, t, n); }; };
+    EXPECT_EQ(text(&hr, format(BI_RGB)), "RGB");
+    EXPECT_EQ(text(&hr, format(BI_BITFIELDS)), "RGB (bitfields)");
+    EXPECT_EQ(text(&hr, format(QZ_COMPRESSION_QZDB)), "RGBA");
+    EXPECT_EQ(text(&hr, format(QZ_COMPRESSION_QZGS)), "Grayscale");
+    EXPECT_EQ(text(&hr, format(QZ_FOURCC('N', 'V', '1', '2'))), "NV12");
+    EXPECT_EQ(hr, S_OK);
+    EXPECT_EQ(text(&hr, format(QZ_FOURCC('v', '2', '1', '0'))), "v210");
+    EXPECT_EQ(text(&hr, format(0x00103141u)), "A1?\?") << "unprintable bytes";
+
+    EXPECT_EQ(text(&hr, format(BI_BITFIELDS), 4), "RGB");
+    EXPECT_EQ(hr, E_INVALIDARG) << "cut to fit";
+    EXPECT_EQ(text(&hr, format(BI_RGB), 0), "x");
+    EXPECT_EQ(hr, E_INVALIDARG);
+    EXPECT_EQ(QzVideo_GetFormatText(BI_RGB, nullptr, 8), E_POINTER);
+    EXPECT_EQ(QzFourCCToString(QZ_FOURCC('Y', 'V', '1', '2'), nullptr, 8), E_POINTER);
+
+    BITMAPINFOHEADER h{};
+    h.biWidth = 640;
+    h.biHeight = 480;
+    h.biBitCount = 32;
+    EXPECT_EQ(text(&hr, [&h](char* t, int32_t n) { return QzVideo_GetAttribsText(&h, t, n); }), "640x480x32");
+    EXPECT_EQ(QzVideo_GetAttribsText(nullptr, nullptr, 0), E_POINTER);
+}
+
+TEST(QzVideoText, IsCompressed) {
+    Block b;
+    b.h.biBitCount = 32;
+    EXPECT_EQ(QzVideo_IsCompressed(&b.h), 0);
+    b.h.biCompression = QZ_COMPRESSION_QZDB;
+    b.h.biBitCount = 128;
+    EXPECT_EQ(QzVideo_IsCompressed(&b.h), 0);
+    b.h.biCompression = QZ_COMPRESSION_QZGS;
+    b.h.biBitCount = 3;
+    EXPECT_NE(QzVideo_IsCompressed(&b.h), 0) << "a raw code with no type";
+    b.h.biCompression = QZ_FOURCC('N', 'V', '1', '2');
+    b.h.biBitCount = 12;
+    EXPECT_NE(QzVideo_IsCompressed(&b.h), 0);
+    EXPECT_NE(QzVideo_IsCompressed(nullptr), 0);
+}
+
+TEST(QzVideoPalette, SwapsRedAndBlueAndClearsTheFourthByte) {
+    std::array<RGBQUAD, 2> pal{RGBQUAD{1, 2, 3, 9}, RGBQUAD{10, 20, 30, 40}};
+    std::array<RGBQUAD, 2> out{};
+    QzVideo_PaletteRGBAFromEntry(out.data(), pal.data(), 2);
+    const uint8_t swappedBoth[8] = {3, 2, 1, 0, 30, 20, 10, 0};
+    EXPECT_EQ(std::memcmp(out.data(), swappedBoth, 8), 0);
+    QzVideo_PaletteEntryFromRGBA(pal.data(), pal.data(), 1);  // in place, one entry only
+    const uint8_t swappedFirst[8] = {3, 2, 1, 0, 10, 20, 30, 40};
+    EXPECT_EQ(std::memcmp(pal.data(), swappedFirst, 8), 0);
+}
+
+// Bytes of memory row y of a DIB.
+uint8_t* row(BITMAPINFOHEADER* d, int32_t y) { return QzDibBitsFromHeader(d) + y * QzDibNaturalStride(d); }
+
+TEST(QzDibFlip, RowsOfTheRectangleSwapInImageSpace) {
+    DibPtr d = alloc(QzPixelRGB32, 2, 3);
+    for (int y = 0; y < 3; ++y)
+        for (int i = 0; i < 8; ++i) row(d.get(), y)[i] = static_cast<uint8_t>(y * 10 + i);
+    // Image rows 0 and 1 of column 0: memory rows 2 and 1.
+    RECT r{0, 0, 1, 2};
+    ASSERT_EQ(QzDibFlip(d.get(), nullptr, &r, 0, 0, 1), S_OK);
+    EXPECT_EQ(row(d.get(), 2)[0], 10);
+    EXPECT_EQ(row(d.get(), 1)[3], 23);
+    EXPECT_EQ(row(d.get(), 2)[4], 24) << "column 1 stays";
+    EXPECT_EQ(row(d.get(), 0)[0], 0) << "memory row 0 stays";
+
+    ASSERT_EQ(QzDibFlip(d.get(), nullptr, nullptr, 0, 1, 0), S_OK);
+    EXPECT_EQ(row(d.get(), 0)[0], 4) << "pixels exchange whole";
+    EXPECT_EQ(row(d.get(), 0)[7], 3);
+}
+
+TEST(QzDibFlip, MirrorsTwentyFourAndOneTwentyEightBitPixels) {
+    DibPtr rgb = alloc(QzPixelRGB24, 3, 1);
+    for (int i = 0; i < 9; ++i) row(rgb.get(), 0)[i] = static_cast<uint8_t>(i);
+    ASSERT_EQ(QzDibFlip(rgb.get(), nullptr, nullptr, 0, 1, 0), S_OK);
+    const uint8_t expect[9] = {6, 7, 8, 3, 4, 5, 0, 1, 2};
+    EXPECT_EQ(std::memcmp(row(rgb.get(), 0), expect, 9), 0);
+
+    DibPtr f = alloc(QzPixelRGBA128, 2, 2);
+    auto* px = reinterpret_cast<float*>(QzDibBitsFromHeader(f.get()));
+    for (int i = 0; i < 16; ++i) px[i] = static_cast<float>(i);
+    ASSERT_EQ(QzDibFlip(f.get(), nullptr, nullptr, 0, 1, 1), S_OK);
+    EXPECT_EQ(px[0], 12.0f);
+    EXPECT_EQ(px[3], 15.0f);
+    EXPECT_EQ(px[12], 0.0f);
+}
+
+TEST(QzDibFlip, FourBitRowsTradeOnlyTheirOwnNibbles) {
+    DibPtr d = alloc(QzPixelPal4, 4, 2);
+    row(d.get(), 0)[0] = 0x12;
+    row(d.get(), 0)[1] = 0x34;
+    row(d.get(), 1)[0] = 0xAB;
+    row(d.get(), 1)[1] = 0xCD;
+    RECT r{1, 0, 3, 2};  // pixels 1 and 2: the low nibble of byte 0, the high of byte 1
+    ASSERT_EQ(QzDibFlip(d.get(), nullptr, &r, 0, 0, 1), S_OK);
+    EXPECT_EQ(row(d.get(), 0)[0], 0x1B);
+    EXPECT_EQ(row(d.get(), 0)[1], 0xC4);
+    EXPECT_EQ(row(d.get(), 1)[0], 0xA2);
+    EXPECT_EQ(row(d.get(), 1)[1], 0x3D);
+}
+
+TEST(QzDibFlip, TypesWithoutAFunctionAreNotImplemented) {
+    DibPtr pal = alloc(QzPixelPal8, 2, 1), grey = alloc(QzPixelGray8, 2, 1), wide = alloc(QzPixelRGBA64, 2, 1);
+    row(pal.get(), 0)[0] = 5;
+    EXPECT_EQ(QzDibFlip(pal.get(), nullptr, nullptr, 0, 1, 0), E_NOTIMPL) << "8-bit pixels do not mirror";
+    EXPECT_EQ(QzDibFlip(pal.get(), nullptr, nullptr, 0, 1, 1), E_NOTIMPL);
+    EXPECT_EQ(row(pal.get(), 0)[0], 5);
+    EXPECT_EQ(QzDibFlip(wide.get(), nullptr, nullptr, 0, 1, 0), E_NOTIMPL);
+    EXPECT_EQ(QzDibFlip(wide.get(), nullptr, nullptr, 0, 0, 1), S_OK);
+    EXPECT_EQ(QzDibFlip(grey.get(), nullptr, nullptr, 0, 0, 1), E_NOTIMPL);
+    EXPECT_EQ(QzDibFlip(nullptr, nullptr, nullptr, 0, 0, 1), E_POINTER);
+    RECT outside{5, 5, 6, 6};
+    EXPECT_EQ(QzDibFlip(wide.get(), nullptr, &outside, 0, 0, 1), S_OK);
+}
+
+// Swaps one pixel of a 1 x 1 image of the type; Pixel is its memory form.
+template <typename Pixel>
+Pixel swapped(QzPixelType type, Pixel in) {
+    DibPtr d = alloc(type, 1, 1);
+    std::memcpy(row(d.get(), 0), &in, sizeof in);
+    EXPECT_EQ(QzDibSwapRB(d.get(), nullptr, nullptr, 0), S_OK);
+    Pixel out;
+    std::memcpy(&out, row(d.get(), 0), sizeof out);
+    return out;
+}
+
+TEST(QzDibSwapRB, EachLayoutExchangesItsRedAndBlueFields) {
+    using B4 = std::array<uint8_t, 4>;
+    EXPECT_EQ(swapped(QzPixelRGBA32, B4{1, 2, 3, 4}), (B4{3, 2, 1, 4}));
+    EXPECT_EQ(swapped<uint16_t>(QzPixelRGB565, 0xF800), 0x001F);
+    EXPECT_EQ(swapped<uint16_t>(QzPixelRGB565, 0x07E1), 0x0FE0);
+    EXPECT_EQ(swapped<uint16_t>(QzPixelRGB555, 0xFC00), 0x801F) << "the top bit stays";
+    EXPECT_EQ(swapped<uint32_t>(QzPixelRGB10, 0xC0000000u | 0x3FFu << 20 | 0x155u << 10 | 0x001u),
+              0xC0000000u | 0x001u << 20 | 0x155u << 10 | 0x3FFu);
+    using W4 = std::array<uint16_t, 4>;
+    EXPECT_EQ(swapped(QzPixelRGBA64, W4{0x0102, 0x0304, 0x0506, 0x0708}), (W4{0x0506, 0x0304, 0x0102, 0x0708}));
+    using F4 = std::array<float, 4>;
+    EXPECT_EQ(swapped(QzPixelRGBA128, F4{0.25f, 0.5f, 0.75f, 1.0f}), (F4{0.75f, 0.5f, 0.25f, 1.0f}));
+
+    DibPtr pal = alloc(QzPixelPal8, 1, 1);
+    EXPECT_EQ(QzDibSwapRB(pal.get(), nullptr, nullptr, 0), E_NOTIMPL);
+    EXPECT_EQ(QzDibSwapRB(nullptr, nullptr, nullptr, 0), E_POINTER);
+}
+
+}  // namespace

@@ -173,3 +173,4 @@ enum { QzChannelBlue = 0, QzChannelGreen = 1, QzChannelRed = 2, QzChannelAlpha =
 #include "QzDibRaw.h"
 #include "QzDibConvert.h"
 #include "QzColor.h"
+#include "QzDibFilter.h"

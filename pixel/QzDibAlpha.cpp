@@ -2,40 +2,20 @@
 #include <cmath>
 
 #include "QzDib.h"
+#include "QzPrepared.h"
 
 namespace {
 
-struct Prepared {
-    HRESULT hr;
-    uint8_t* d;
-    int32_t w, h;
-    bool empty() const { return hr < 0 || w <= 0 || h <= 0; }
-};
-
-Prepared prepare(void* dst, const RECT* bounds, int32_t stride, const RECT* rect, int32_t bytesPerPixel) {
-    Prepared p{S_OK, nullptr, 0, 0};
-    p.hr = QzDibPrepareSet(&p.w, &p.h, &p.d, dst, bounds, stride, rect, bytesPerPixel);
-    return p;
-}
-
-// Runs f(pixel) over a prepared image of four-sample pixels.
-template <typename T, typename F>
-void eachPixel(const Prepared& p, int32_t stride, F f) {
-    uint8_t* row = p.d;
-    for (int32_t y = 0; y < p.h; ++y, row += stride) {
-        auto* px = reinterpret_cast<T*>(row);
-        for (int32_t x = 0; x < p.w * 4; x += 4) f(px + x);
-    }
-}
+using qz::Prepared;
 
 template <typename T>
 void setOpaque(const Prepared& p, int32_t stride, T opaque) {
-    eachPixel<T>(p, stride, [opaque](T* px) { px[3] = opaque; });
+    qz::forEachPixel<T>(p, stride, [opaque](T* px) { px[3] = opaque; });
 }
 
 template <typename T>
 void clampToAlpha(const Prepared& p, int32_t stride) {
-    eachPixel<T>(p, stride, [](T* px) {
+    qz::forEachPixel<T>(p, stride, [](T* px) {
         for (int c = 0; c < 3; ++c) {
             if (px[c] > px[3]) px[c] = px[3];
         }
@@ -43,14 +23,14 @@ void clampToAlpha(const Prepared& p, int32_t stride) {
 }
 
 void premultiplyBytes(const Prepared& p, int32_t stride) {
-    eachPixel<uint8_t>(p, stride, [](uint8_t* px) {
+    qz::forEachPixel<uint8_t>(p, stride, [](uint8_t* px) {
         const uint32_t a = px[3];
         for (int c = 0; c < 3; ++c) px[c] = static_cast<uint8_t>(px[c] * a / 255u);
     });
 }
 
 void premultiplyFloats(const Prepared& p, int32_t stride) {
-    eachPixel<float>(p, stride, [](float* px) {
+    qz::forEachPixel<float>(p, stride, [](float* px) {
         for (int c = 0; c < 3; ++c) px[c] *= px[3];
     });
 }
@@ -63,7 +43,7 @@ void unmatteBytes(const Prepared& p, int32_t stride, const float* matte) {
         const float v = matte[c] * 255.0f;
         m[c] = static_cast<int32_t>(v > 0.0f ? (v < 255.0f ? v : 255.0f) : 0.0f);
     }
-    eachPixel<uint8_t>(p, stride, [&m](uint8_t* px) {
+    qz::forEachPixel<uint8_t>(p, stride, [&m](uint8_t* px) {
         const int32_t a = px[3];
         for (int c = 0; c < 3; ++c) {
             const int32_t v = ((m[c] * a) >> 8) + px[c] - m[c];
@@ -74,7 +54,7 @@ void unmatteBytes(const Prepared& p, int32_t stride, const float* matte) {
 
 void unmatteFloats(const Prepared& p, int32_t stride, const float* matte) {
     const std::array<float, 3> m{matte[0], matte[1], matte[2]};
-    eachPixel<float>(p, stride, [&m](float* px) {
+    qz::forEachPixel<float>(p, stride, [&m](float* px) {
         const float a = px[3];
         for (int c = 0; c < 3; ++c) px[c] = a * m[c] + (px[c] - m[c]);
     });
@@ -112,7 +92,7 @@ void unmatteFloatsThroughRatio(const Prepared& p, int32_t stride, const float* m
     const PowerTable from(ratio);
     const PowerTable to(1.0 / ratio);
     const std::array<float, 3> m{matte[0], matte[1], matte[2]};
-    eachPixel<float>(p, stride, [&](float* px) {
+    qz::forEachPixel<float>(p, stride, [&](float* px) {
         const float a = px[3];
         if (a <= 0.0f) {
             px[0] = px[1] = px[2] = 0.0f;
@@ -127,8 +107,7 @@ void unmatteFloatsThroughRatio(const Prepared& p, int32_t stride, const float* m
 
 extern "C" HRESULT QzDibPremultiply(void* dst, const RECT* bounds, int32_t stride, const RECT* rect,
                                     int32_t bytesPerPixel) {
-    if (!dst) return E_POINTER;
-    const Prepared p = prepare(dst, bounds, stride, rect, bytesPerPixel);
+    const Prepared p = qz::prepareSet(dst, bounds, stride, rect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         premultiplyBytes(p, stride);
@@ -140,8 +119,7 @@ extern "C" HRESULT QzDibPremultiply(void* dst, const RECT* bounds, int32_t strid
 
 extern "C" HRESULT QzDibPatchPreMultiplied(void* dst, const RECT* bounds, int32_t stride, const RECT* rect,
                                            int32_t bytesPerPixel) {
-    if (!dst) return E_POINTER;
-    const Prepared p = prepare(dst, bounds, stride, rect, bytesPerPixel);
+    const Prepared p = qz::prepareSet(dst, bounds, stride, rect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         clampToAlpha<uint8_t>(p, stride);
@@ -154,8 +132,7 @@ extern "C" HRESULT QzDibPatchPreMultiplied(void* dst, const RECT* bounds, int32_
 extern "C" HRESULT QzDibPrepAlphaImage(void* dst, const RECT* bounds, int32_t stride, const RECT* rect,
                                        int32_t /*straightMode*/, const float* matte, int32_t bytesPerPixel,
                                        double gammaA, double gammaB) {
-    if (!dst) return E_POINTER;
-    const Prepared p = prepare(dst, bounds, stride, rect, bytesPerPixel);
+    const Prepared p = qz::prepareSet(dst, bounds, stride, rect, bytesPerPixel);
     if (p.empty()) return p.hr;
     const bool bytes = bytesPerPixel == 4;
     if (!matte || matte[0] + matte[1] + matte[2] <= 0.0f) {
@@ -181,13 +158,12 @@ extern "C" HRESULT QzDibPrepAlpha(void* dst, int32_t boundsWidth, int32_t bounds
                                   const RECT* rect, int32_t mode, const float* matte, int32_t bytesPerPixel,
                                   double gammaA, double gammaB) {
     if (mode < -1 || mode > 3) return E_NOTIMPL;
-    if (!dst) return E_POINTER;
     const RECT bounds{0, 0, boundsWidth, boundsHeight};
     if (mode >= 2) {
         return QzDibPrepAlphaImage(dst, &bounds, stride, rect, mode == 3, matte, bytesPerPixel, gammaA, gammaB);
     }
     if (mode == 1) return QzDibPremultiply(dst, &bounds, stride, rect, bytesPerPixel);
-    const Prepared p = prepare(dst, &bounds, stride, rect, bytesPerPixel);
+    const Prepared p = qz::prepareSet(dst, &bounds, stride, rect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         setOpaque<uint8_t>(p, stride, 255);

@@ -8,10 +8,7 @@ namespace {
 
 void blendBytes(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t dstStride, int32_t srcStride, int32_t a) {
     for (int32_t y = 0; y < h; ++y, d += dstStride, s += srcStride) {
-        for (int32_t i = 0; i < w * 4; ++i) {
-            const int32_t dv = d[i];
-            d[i] = static_cast<uint8_t>(dv + ((s[i] - dv) * a) / 256);
-        }
+        for (int32_t i = 0; i < w * 4; ++i) d[i] = qz::mix256(d[i], s[i], a);
     }
 }
 
@@ -37,10 +34,7 @@ void relativeBytes(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t d
     for (int32_t y = 0; y < h; ++y, d += dstStride, s += srcStride) {
         for (int32_t x = 0; x < w * 4; x += 4) {
             const int32_t weight = (s[x + 3] * a) >> 8;
-            for (int32_t c = x; c < x + 4; ++c) {
-                const int32_t dv = d[c];
-                d[c] = static_cast<uint8_t>(dv + ((s[c] - dv) * weight) / 256);
-            }
+            for (int32_t c = x; c < x + 4; ++c) d[c] = qz::mix256(d[c], s[c], weight);
         }
     }
 }

@@ -1,5 +1,6 @@
 // QzDibCopy: the converting, scaling copy between two descriptors, and its
 // parameter block.
+#include "QzDescriptorView.h"
 #include "QzDib.h"
 #include "QzDibConvertBlock.h"
 #include "QzXchg.h"
@@ -55,8 +56,8 @@ qz::CopySide sideOf(const BITMAPINFOHEADER* header, const void* bits, int32_t st
                     const RECT& rect) {
     qz::CopySide s;
     s.header = header;
-    s.bits = bits ? static_cast<uint8_t*>(const_cast<void*>(bits)) : QzDibBitsFromHeader(header);
-    s.stride = stride ? stride : QzDibNaturalStride(header);
+    s.bits = qz::bitsOf(header, bits);
+    s.stride = qz::strideOf(header, stride);
     s.type = type;
     s.rect = rect;
     return s;
@@ -89,13 +90,8 @@ HRESULT copyThroughBlock(const CopyRequest& r) {
     }
 
     qz::QuantizerPtr quantizer;
-    if (qz::isPaletteType(r.dstType)) {
-        QzColorQuantizer* q = nullptr;
-        const HRESULT qhr = QzDibCreateColorQuantizer(&q, r.dstHeader);
-        if (qhr < 0) return qhr;
-        quantizer.reset(q);
-        b.quantizer = q;
-    }
+    if (const HRESULT qhr = qz::quantizerFor(r.dstHeader, r.dstType, quantizer); qhr < 0) return qhr;
+    b.quantizer = quantizer.get();
     return (r.flags & QZCOPY_FEATHER_EDGES) ? qz::runFeatherDriver(b) : qz::runPlainDriver(b);
 }
 

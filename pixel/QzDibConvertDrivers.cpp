@@ -48,6 +48,30 @@ RowReads rowReads(const QzXCHG& x, bool horizontal, bool vertical) {
     return RowReads{horizontal ? x.readH : &readOwnPixel, &readOwnPixel};
 }
 
+// Destination row j of a scaled copy: its source row and the row below,
+// the reads that mix them, and the row fraction set in the exchange. A
+// source of one column or one row falls back to the non-interpolating
+// read, and the last row reads only its own row.
+struct ScaledRow {
+    int32_t sy;
+    const uint8_t* in;
+    const uint8_t* far;
+    uint8_t* out;
+    RowReads reads;
+};
+
+ScaledRow scaledRow(const CopyBlock& b, QzXCHG& x, const Steps& st, int32_t j) {
+    const bool horizontal = st.interpolate && width(b.src.rect) > 1;
+    const bool vertical = st.interpolate && height(b.src.rect) > 1;
+    const int64_t y = j * st.y;
+    const int32_t sy = b.src.rect.top + static_cast<int32_t>(y >> 14);
+    const bool rowPair = vertical && j < height(b.dst.rect) - 1;
+    const uint8_t* in = b.src.row(sy);
+    x.fy = static_cast<int32_t>(y & 0x3FFF);
+    return ScaledRow{sy, in, rowPair ? b.src.row(sy + 1) : in, b.dst.row(b.dst.rect.top + j),
+                     rowReads(x, horizontal, rowPair)};
+}
+
 void copySameSize(const CopyBlock& b, const QzXCHG& x) {
     const int32_t w = width(b.dst.rect), h = height(b.dst.rect);
     const int32_t sx = b.src.rect.left, dx = b.dst.rect.left;
@@ -70,20 +94,10 @@ void copySameSize(const CopyBlock& b, const QzXCHG& x) {
 void copyScaled(const CopyBlock& b, QzXCHG& x) {
     const Steps st = stepsOf(b);
     const int32_t dw = width(b.dst.rect), dh = height(b.dst.rect), n = formBytes(x);
-    const bool horizontal = st.interpolate && width(b.src.rect) > 1;
-    const bool vertical = st.interpolate && height(b.src.rect) > 1;
     const int32_t sx = b.src.rect.left, dx = b.dst.rect.left;
     PixelBuffer buf;
     for (int32_t j = 0; j < dh; ++j) {
-        const int64_t y = j * st.y;
-        const int32_t sy = b.src.rect.top + static_cast<int32_t>(y >> 14);
-        // The last row reads only its own row.
-        const bool rowPair = vertical && j < dh - 1;
-        const uint8_t* in = b.src.row(sy);
-        const uint8_t* far = rowPair ? b.src.row(sy + 1) : in;
-        uint8_t* out = b.dst.row(b.dst.rect.top + j);
-        const RowReads reads = rowReads(x, horizontal, rowPair);
-        x.fy = static_cast<int32_t>(y & 0x3FFF);
+        const ScaledRow r = scaledRow(b, x, st, j);
 
         int64_t pos = 0;
         int32_t i = 0;
@@ -91,18 +105,18 @@ void copyScaled(const CopyBlock& b, QzXCHG& x) {
         for (; i + 4 <= inner; i += 4) {
             for (int32_t k = 0; k < 4; ++k, pos += st.x) {
                 x.fx = static_cast<int32_t>(pos & 0x3FFF);
-                reads.inner(&x, in, far, sx + static_cast<int32_t>(pos >> 14), buf.bytes + k * n);
+                r.reads.inner(&x, r.in, r.far, sx + static_cast<int32_t>(pos >> 14), buf.bytes + k * n);
             }
-            x.write4(&x, out, dx + i, buf.bytes);
+            x.write4(&x, r.out, dx + i, buf.bytes);
         }
         for (; i < inner; ++i, pos += st.x) {
             x.fx = static_cast<int32_t>(pos & 0x3FFF);
-            reads.inner(&x, in, far, sx + static_cast<int32_t>(pos >> 14), buf.bytes);
-            x.write(&x, out, dx + i, buf.bytes);
+            r.reads.inner(&x, r.in, r.far, sx + static_cast<int32_t>(pos >> 14), buf.bytes);
+            x.write(&x, r.out, dx + i, buf.bytes);
         }
         x.fx = static_cast<int32_t>(pos & 0x3FFF);
-        reads.last(&x, in, far, sx + static_cast<int32_t>(pos >> 14), buf.bytes);
-        x.write(&x, out, dx + inner, buf.bytes);
+        r.reads.last(&x, r.in, r.far, sx + static_cast<int32_t>(pos >> 14), buf.bytes);
+        x.write(&x, r.out, dx + inner, buf.bytes);
     }
 }
 
@@ -154,36 +168,27 @@ HRESULT runFeatherDriver(const CopyBlock& b) {
     const bool left = b.flags & QZCOPY_FEATHER_LEFT, right = b.flags & QZCOPY_FEATHER_RIGHT;
 
     const int32_t dw = width(b.dst.rect), dh = height(b.dst.rect);
-    const bool horizontal = st.interpolate && width(b.src.rect) > 1;
-    const bool vertical = st.interpolate && height(b.src.rect) > 1;
     PixelBuffer s, d;
     for (int32_t j = 0; j < dh; ++j) {
-        const int64_t y = j * st.y;
-        const int32_t sy = b.src.rect.top + static_cast<int32_t>(y >> 14);
-        const bool rowPair = vertical && j < dh - 1;
-        const uint8_t* in = b.src.row(sy);
-        const uint8_t* far = rowPair ? b.src.row(sy + 1) : in;
-        uint8_t* out = b.dst.row(b.dst.rect.top + j);
-        const RowReads reads = rowReads(x, horizontal, rowPair);
-        x.fy = static_cast<int32_t>(y & 0x3FFF);
+        const ScaledRow r = scaledRow(b, x, st, j);
         int64_t rowDepth = 0;
-        if (top) rowDepth = depthAt(sy + 1, feather);
-        if (bottom) rowDepth = std::max(rowDepth, depthAt(b.src.imageHeight() - sy, feather));
+        if (top) rowDepth = depthAt(r.sy + 1, feather);
+        if (bottom) rowDepth = std::max(rowDepth, depthAt(b.src.imageHeight() - r.sy, feather));
 
         int64_t pos = 0;
         for (int32_t i = 0; i < dw; ++i, pos += st.x) {
             const int32_t px = b.src.rect.left + static_cast<int32_t>(pos >> 14);
             x.fx = static_cast<int32_t>(pos & 0x3FFF);
-            (i < dw - 1 ? reads.inner : reads.last)(&x, in, far, px, s.bytes);
+            (i < dw - 1 ? r.reads.inner : r.reads.last)(&x, r.in, r.far, px, s.bytes);
             int64_t k = rowDepth;
             if (left) k = std::max(k, depthAt(px + 1, feather));
             if (right) k = std::max(k, depthAt(b.src.imageWidth() - px, feather));
             if (k == 0) {
-                x.write(&x, out, b.dst.rect.left + i, s.bytes);
+                x.write(&x, r.out, b.dst.rect.left + i, s.bytes);
             } else {
-                back.read(&back, out, b.dst.rect.left + i, d.bytes);
+                back.read(&back, r.out, b.dst.rect.left + i, d.bytes);
                 back.blend(&back, d.bytes, s.bytes, step * static_cast<uint32_t>(k));
-                x.write(&x, out, b.dst.rect.left + i, d.bytes);
+                x.write(&x, r.out, b.dst.rect.left + i, d.bytes);
             }
         }
     }

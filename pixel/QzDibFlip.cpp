@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "QzDescriptorView.h"
 #include "QzDib.h"
 #include "QzRect.h"
 
@@ -141,8 +142,8 @@ bool regionOf(Region& out, const BITMAPINFOHEADER* header, void* bits, const REC
     const RECT image{0, 0, header->biWidth, header->biHeight};
     const RECT r = intersect(rect ? *rect : image, image);
     if (isEmpty(r)) return false;
-    out.stride = stride ? stride : QzDibNaturalStride(header);
-    uint8_t* base = bits ? static_cast<uint8_t*>(bits) : QzDibBitsFromHeader(header);
+    out.stride = qz::strideOf(header, stride);
+    uint8_t* base = qz::bitsOf(header, bits);
     out.row = base + static_cast<ptrdiff_t>(header->biHeight - r.bottom) * out.stride;
     out.rows = height(r);
     out.left = r.left;

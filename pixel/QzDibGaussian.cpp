@@ -9,6 +9,7 @@
 
 #include "QzDib.h"
 #include "QzGaussian.h"
+#include "QzPrepared.h"
 #include "QzRect.h"
 
 namespace {
@@ -65,12 +66,7 @@ HRESULT blur(uint8_t* dst, int32_t dstStride, int dstChannel, const uint8_t* src
     return S_OK;
 }
 
-struct Prepared {
-    HRESULT hr;
-    int32_t w = 0, h = 0;
-    uint8_t* src = nullptr;
-    uint8_t* dst = nullptr;
-};
+using qz::Prepared;
 
 // dstBytesPerPixel differs from the source's only for the float output of
 // byte images.
@@ -97,7 +93,7 @@ extern "C" HRESULT QzDibGaussianBlur(void* dst, const RECT* dstBounds, int32_t d
                                      double hRadius, double vRadius, int32_t bytesPerPixel) {
     const Prepared p = prepare(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel,
                                bytesPerPixel);
-    if (p.hr < 0 || p.w == 0 || p.h == 0) return p.hr;
+    if (p.empty()) return p.hr;
     if (bytesPerPixel == 4)
         return blur<4, uint8_t, uint8_t>(p.dst, dstStride, 0, p.src, srcStride, 0, p.w, p.h, hRadius, vRadius);
     return blur<4, float, float>(p.dst, dstStride, 0, p.src, srcStride, 0, p.w, p.h, hRadius, vRadius);
@@ -114,7 +110,7 @@ extern "C" HRESULT QzDibGaussianBlur_Float(void* dst, const RECT* dstBounds, int
                                  vRadius, bytesPerPixel);
     const Prepared p =
         prepare(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel, 16);
-    if (p.hr < 0 || p.w == 0 || p.h == 0) return p.hr;
+    if (p.empty()) return p.hr;
     return blur<4, uint8_t, float>(p.dst, dstStride, 0, p.src, srcStride, 0, p.w, p.h, hRadius, vRadius);
 }
 
@@ -125,7 +121,7 @@ extern "C" HRESULT QzDibGaussianChannelToChannelBlur(void* dst, const RECT* dstB
                                                      int32_t bytesPerPixel) {
     const Prepared p = prepare(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel,
                                bytesPerPixel);
-    if (p.hr < 0 || p.w == 0 || p.h == 0) return p.hr;
+    if (p.empty()) return p.hr;
     const int d = channelElement(dstChannel, bytesPerPixel);
     const int s = channelElement(srcChannel, bytesPerPixel);
     if (bytesPerPixel == 4)

@@ -2,29 +2,20 @@
 
 #include "QzDib.h"
 #include "QzPrepared.h"
+#include "QzRound.h"
 
 namespace {
 
-// Runs f(dstPixel, srcPixel) over two prepared images of four-sample pixels.
-template <typename T, typename F>
-void eachPair(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t dstStride, int32_t srcStride, F f) {
-    for (int32_t y = 0; y < h; ++y, d += dstStride, s += srcStride) {
-        auto* dp = reinterpret_cast<T*>(d);
-        const auto* sp = reinterpret_cast<const T*>(s);
-        for (int32_t x = 0; x < w * 4; x += 4) f(dp + x, sp + x);
-    }
-}
-
 // Alpha mixes like the colour, toward the source alpha itself.
-void overBytes(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t ds, int32_t ss) {
-    eachPair<uint8_t>(d, s, w, h, ds, ss, [](uint8_t* dp, const uint8_t* sp) {
+void overBytes(const qz::Prepared& p, int32_t ds, int32_t ss) {
+    qz::forEachPair<uint8_t>(p, ds, ss, [](uint8_t* dp, const uint8_t* sp) {
         const int32_t sa = sp[3];
-        for (int c = 0; c < 4; ++c) dp[c] = static_cast<uint8_t>(dp[c] + ((sp[c] - dp[c]) * sa) / 256);
+        for (int c = 0; c < 4; ++c) dp[c] = qz::mix256(dp[c], sp[c], sa);
     });
 }
 
-void overFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t ds, int32_t ss) {
-    eachPair<float>(d, s, w, h, ds, ss, [](float* dp, const float* sp) {
+void overFloats(const qz::Prepared& p, int32_t ds, int32_t ss) {
+    qz::forEachPair<float>(p, ds, ss, [](float* dp, const float* sp) {
         const float sa = sp[3];
         for (int c = 0; c < 4; ++c) dp[c] = (sp[c] - dp[c]) * sa + dp[c];
     });
@@ -32,9 +23,8 @@ void overFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t ds, 
 
 // The source was composited against the matte m: taking m out and laying
 // the rest over the destination is s - m + d + (m - d) * sa.
-void overMatteBytes(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t ds, int32_t ss,
-                    const std::array<int32_t, 3>& m) {
-    eachPair<uint8_t>(d, s, w, h, ds, ss, [&m](uint8_t* dp, const uint8_t* sp) {
+void overMatteBytes(const qz::Prepared& p, int32_t ds, int32_t ss, const std::array<int32_t, 3>& m) {
+    qz::forEachPair<uint8_t>(p, ds, ss, [&m](uint8_t* dp, const uint8_t* sp) {
         const int32_t sa = sp[3];
         for (int c = 0; c < 3; ++c) {
             const int32_t dv = dp[c];
@@ -44,9 +34,8 @@ void overMatteBytes(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t 
     });
 }
 
-void overMatteFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t ds, int32_t ss,
-                     const std::array<float, 3>& m) {
-    eachPair<float>(d, s, w, h, ds, ss, [&m](float* dp, const float* sp) {
+void overMatteFloats(const qz::Prepared& p, int32_t ds, int32_t ss, const std::array<float, 3>& m) {
+    qz::forEachPair<float>(p, ds, ss, [&m](float* dp, const float* sp) {
         const float sa = sp[3];
         for (int c = 0; c < 3; ++c) {
             const float v = dp[c] + sp[c] - m[c] + (m[c] - dp[c]) * sa;
@@ -57,21 +46,19 @@ void overMatteFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t
 
 // The destination's alpha keeps that much of it; alpha is read before the
 // pixel is rewritten.
-void underBytes(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t ds, int32_t ss) {
-    eachPair<uint8_t>(d, s, w, h, ds, ss, [](uint8_t* dp, const uint8_t* sp) {
+void underBytes(const qz::Prepared& p, int32_t ds, int32_t ss) {
+    qz::forEachPair<uint8_t>(p, ds, ss, [](uint8_t* dp, const uint8_t* sp) {
         const int32_t da = dp[3];
-        for (int c = 0; c < 4; ++c) dp[c] = static_cast<uint8_t>(sp[c] + ((dp[c] - sp[c]) * da) / 256);
+        for (int c = 0; c < 4; ++c) dp[c] = qz::mix256(sp[c], dp[c], da);
     });
 }
 
-void underFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t ds, int32_t ss) {
-    eachPair<float>(d, s, w, h, ds, ss, [](float* dp, const float* sp) {
+void underFloats(const qz::Prepared& p, int32_t ds, int32_t ss) {
+    qz::forEachPair<float>(p, ds, ss, [](float* dp, const float* sp) {
         const float da = dp[3];
         for (int c = 0; c < 4; ++c) dp[c] = (dp[c] - sp[c]) * da + sp[c];
     });
 }
-
-double clampUnit(double v) { return v > 0.0 ? (v < 1.0 ? v : 1.0) : 0.0; }
 
 }  // namespace
 
@@ -84,20 +71,20 @@ extern "C" HRESULT QzDibOver(void* dst, const RECT* dstBounds, int32_t dstStride
     const bool bytes = bytesPerPixel == 4;
     if (!color) {
         if (bytes) {
-            overBytes(p.dst, p.src, p.w, p.h, dstStride, srcStride);
+            overBytes(p, dstStride, srcStride);
         } else {
-            overFloats(p.dst, p.src, p.w, p.h, dstStride, srcStride);
+            overFloats(p, dstStride, srcStride);
         }
     } else if (bytes) {
         std::array<int32_t, 3> m;
-        for (int c = 0; c < 3; ++c) m[c] = static_cast<int32_t>(clampUnit(color[c]) * 255.0);
-        overMatteBytes(p.dst, p.src, p.w, p.h, dstStride, srcStride, m);
+        for (int c = 0; c < 3; ++c) m[c] = static_cast<int32_t>(qz::clampUnit(color[c]) * 255.0);
+        overMatteBytes(p, dstStride, srcStride, m);
     } else {
         // The float matte stays in the 0-to-1 range of the samples it is
         // taken from.
         std::array<float, 3> m;
-        for (int c = 0; c < 3; ++c) m[c] = static_cast<float>(clampUnit(color[c]));
-        overMatteFloats(p.dst, p.src, p.w, p.h, dstStride, srcStride, m);
+        for (int c = 0; c < 3; ++c) m[c] = static_cast<float>(qz::clampUnit(color[c]));
+        overMatteFloats(p, dstStride, srcStride, m);
     }
     return p.hr;
 }
@@ -109,9 +96,9 @@ extern "C" HRESULT QzDibUnder(void* dst, const RECT* dstBounds, int32_t dstStrid
                                            bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
-        underBytes(p.dst, p.src, p.w, p.h, dstStride, srcStride);
+        underBytes(p, dstStride, srcStride);
     } else {
-        underFloats(p.dst, p.src, p.w, p.h, dstStride, srcStride);
+        underFloats(p, dstStride, srcStride);
     }
     return p.hr;
 }

@@ -1,4 +1,5 @@
 // Single pixels of a descriptor through the exchange's u16 form.
+#include "QzDescriptorView.h"
 #include "QzDib.h"
 #include "QzXchg.h"
 
@@ -13,9 +14,7 @@ bool inside(const BITMAPINFOHEADER& h, int32_t x, int32_t y) {
 }
 
 uint8_t* rowOf(const BITMAPINFOHEADER& h, const void* bits, int32_t stride, int32_t y) {
-    auto* base = bits ? static_cast<uint8_t*>(const_cast<void*>(bits)) : QzDibBitsFromHeader(&h);
-    if (!stride) stride = QzDibNaturalStride(&h);
-    return base + static_cast<intptr_t>(h.biHeight - 1 - y) * stride;
+    return qz::imageRow(h, qz::bitsOf(&h, bits), qz::strideOf(&h, stride), y);
 }
 
 }  // namespace
@@ -43,13 +42,8 @@ extern "C" HRESULT QzDibSetPixel(const BITMAPINFOHEADER* header, void* bits, int
     const HRESULT hr = QzXCHGGetFunctionPointers(type, type, kPixelFlags, &e, QZXCHG_NO_BLEND, 0.0, 0.0);
     if (hr < 0) return hr;
     qz::QuantizerPtr quantizer;
-    if (qz::isPaletteType(type)) {
-        QzColorQuantizer* q = nullptr;
-        const HRESULT qhr = QzDibCreateColorQuantizer(&q, header);
-        if (qhr < 0) return qhr;
-        quantizer.reset(q);
-        e.quantizer = q;
-    }
+    if (const HRESULT qhr = qz::quantizerFor(header, type, quantizer); qhr < 0) return qhr;
+    e.quantizer = quantizer.get();
     e.write(&e, rowOf(*header, bits, stride, y), x, pixel);
     return S_OK;
 }

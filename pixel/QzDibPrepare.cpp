@@ -3,6 +3,7 @@
 // written.
 #include <cstdint>
 
+#include "QzDescriptorView.h"
 #include "QzDib.h"
 #include "QzRect.h"
 
@@ -68,8 +69,8 @@ void clipEdges(int32_t& lo, int32_t& hi, int32_t& plo, int32_t& phi, int32_t lim
 void fillSide(QzDibPluginSide& side, const BITMAPINFOHEADER* header, const void* bits, const RECT& rect,
                  int32_t stride) {
     side.header = header;
-    side.bits = bits ? static_cast<uint8_t*>(const_cast<void*>(bits)) : QzDibBitsFromHeader(header);
-    side.stride = stride ? stride : QzDibNaturalStride(header);
+    side.bits = qz::bitsOf(header, bits);
+    side.stride = qz::strideOf(header, stride);
     side.rect = rect;
     side.width = width(rect);
     side.height = height(rect);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "QzDescriptorView.h"
 #include "QzDib.h"
 #include "QzRect.h"
 #include "QzXchg.h"
@@ -71,21 +72,16 @@ extern "C" HRESULT QzDibSet(const BITMAPINFOHEADER* header, void* bits, const RE
     const HRESULT hr = QzXCHGGetFunctionPointers(type, type, flags, &x, QZXCHG_NO_BLEND, 0.0, 0.0);
     if (hr < 0) return hr;
     qz::QuantizerPtr quantizer;
-    if (qz::isPaletteType(type)) {
-        QzColorQuantizer* q = nullptr;
-        const HRESULT qhr = QzDibCreateColorQuantizer(&q, header);
-        if (qhr < 0) return qhr;
-        quantizer.reset(q);
-        x.quantizer = q;
-    }
+    if (const HRESULT qhr = qz::quantizerFor(header, type, quantizer); qhr < 0) return qhr;
+    x.quantizer = quantizer.get();
 
-    auto* base = bits ? static_cast<uint8_t*>(bits) : QzDibBitsFromHeader(header);
-    if (!stride) stride = QzDibNaturalStride(header);
+    uint8_t* base = qz::bitsOf(header, bits);
+    stride = qz::strideOf(header, stride);
     alignas(16) unsigned char colour[4 * sizeof(tQZPIXEL128)];
     fillForm(colour, x.width, r, g, b, a);
     const int32_t w = qz::width(clip);
     for (int32_t y = clip.top; y < clip.bottom; ++y) {
-        uint8_t* row = base + static_cast<intptr_t>(header->biHeight - 1 - y) * stride;
+        uint8_t* row = qz::imageRow(*header, base, stride, y);
         int32_t i = 0;
         for (; i + 4 <= w; i += 4) x.write4(&x, row, clip.left + i, colour);
         for (; i < w; ++i) x.write(&x, row, clip.left + i, colour);
@@ -125,8 +121,8 @@ extern "C" HRESULT QzDibFadeToColor(const BITMAPINFOHEADER* header, void* bits, 
     }
     if (r[0] >= r[2] || r[1] >= r[3] || strength == 0) return S_OK;
 
-    auto* base = bits ? static_cast<uint8_t*>(bits) : QzDibBitsFromHeader(header);
-    if (!stride) stride = QzDibNaturalStride(header);
+    uint8_t* base = qz::bitsOf(header, bits);
+    stride = qz::strideOf(header, stride);
     const float m[4] = {color->b, color->g, color->r, color->a};
     if (type == QzPixelRGBA128) {
         fadeRect(*header, base, stride, 16, r, strength, [&m](uint8_t* p, int32_t w) {

@@ -2,6 +2,7 @@
 // linear float, and encoding float images in place.
 #include <cstddef>
 
+#include "QzDescriptorView.h"
 #include "QzDib.h"
 #include "QzRect.h"
 #include "QzTransferCurve.h"
@@ -16,12 +17,6 @@ uint8_t* firstPixel(const BITMAPINFOHEADER& h, uint8_t* bits, int32_t stride, co
     return bits + static_cast<ptrdiff_t>(h.biHeight - r.bottom) * stride +
            static_cast<ptrdiff_t>(r.left) * bytesPerPixel;
 }
-
-uint8_t* bitsOf(const BITMAPINFOHEADER* h, const void* bits) {
-    return bits ? static_cast<uint8_t*>(const_cast<void*>(bits)) : QzDibBitsFromHeader(h);
-}
-
-int32_t strideOf(const BITMAPINFOHEADER* h, int32_t stride) { return stride ? stride : QzDibNaturalStride(h); }
 
 // Calls op on every float of the rectangle's rows, channel by channel.
 template <typename Op>

@@ -39,4 +39,26 @@ inline Prepared prepareSet(void* dst, const RECT* bounds, int32_t stride, const 
     return p;
 }
 
+// Runs f(pixel) over a prepared image of four-sample pixels of T.
+template <typename T, typename F>
+void forEachPixel(const Prepared& p, int32_t stride, F&& f) {
+    uint8_t* row = p.dst;
+    for (int32_t y = 0; y < p.h; ++y, row += stride) {
+        auto* px = reinterpret_cast<T*>(row);
+        for (int32_t x = 0; x < p.w * 4; x += 4) f(px + x);
+    }
+}
+
+// Runs f(dstPixel, srcPixel) over a prepared pair of four-sample pixels.
+template <typename T, typename F>
+void forEachPair(const Prepared& p, int32_t dstStride, int32_t srcStride, F&& f) {
+    uint8_t* d = p.dst;
+    const uint8_t* s = p.src;
+    for (int32_t y = 0; y < p.h; ++y, d += dstStride, s += srcStride) {
+        auto* dp = reinterpret_cast<T*>(d);
+        const auto* sp = reinterpret_cast<const T*>(s);
+        for (int32_t x = 0; x < p.w * 4; x += 4) f(dp + x, sp + x);
+    }
+}
+
 }  // namespace qz

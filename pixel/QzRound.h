@@ -23,4 +23,10 @@ inline int32_t truncToInt32(double v) {
     return (v > -2147483649.0 && v < 2147483648.0) ? static_cast<int32_t>(v) : INT32_MIN;
 }
 
+// The library's 8-bit mix of d toward s at strength a (0 to 255): the
+// division truncates toward zero, so full strength stops one short of s.
+inline uint8_t mix256(int32_t d, int32_t s, int32_t a) { return static_cast<uint8_t>(d + ((s - d) * a) / 256); }
+
+inline double clampUnit(double v) { return v > 0.0 ? (v < 1.0 ? v : 1.0) : 0.0; }
+
 }  // namespace qz

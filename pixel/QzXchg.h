@@ -39,6 +39,17 @@ inline bool isExchangeType(QzPixelType t) { return t >= QzPixelMono1 && t <= QzP
 inline bool isFloatType(QzPixelType t) { return t == QzPixelRGBA128 || t == QzPixelGray32; }
 inline bool isPaletteType(QzPixelType t) { return t == QzPixelMono1 || t == QzPixelPal4 || t == QzPixelPal8; }
 
+// The quantizer a palette destination's writes need; none for other types.
+// Fails with E_OUTOFMEMORY before anything is written.
+inline HRESULT quantizerFor(const BITMAPINFOHEADER* header, QzPixelType type, QuantizerPtr& out) {
+    if (!isPaletteType(type)) return S_OK;
+    QzColorQuantizer* q = nullptr;
+    const HRESULT hr = QzDibCreateColorQuantizer(&q, header);
+    if (hr < 0) return hr;
+    out.reset(q);
+    return S_OK;
+}
+
 // The flags word after the quality-mode rewrite.
 uint32_t effectiveFlags(uint32_t flags);
 // The exchange width of a pair under effective flags: 0, 1 or 2.

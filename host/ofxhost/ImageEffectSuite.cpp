@@ -10,38 +10,19 @@ namespace {
 
 OfxStatus getPropertySet(OfxImageEffectHandle h, OfxPropertySetHandle* out)
 {
-    return guarded([&] {
-        EffectObject* e = EffectObject::fromHandle(h);
-        if (!e)
-            return kOfxStatErrBadHandle;
-        if (!out)
-            return kOfxStatErrValue;
-        *out = e->props().handle();
-        return kOfxStatOK;
-    });
+    return onHandle<EffectObject>(h, [&](EffectObject& e) { return giveOut(out, e.props().handle()); });
 }
 
 OfxStatus getParamSet(OfxImageEffectHandle h, OfxParamSetHandle* out)
 {
-    return guarded([&] {
-        EffectObject* e = EffectObject::fromHandle(h);
-        if (!e)
-            return kOfxStatErrBadHandle;
-        if (!out)
-            return kOfxStatErrValue;
-        *out = e->params().handle();
-        return kOfxStatOK;
-    });
+    return onHandle<EffectObject>(h, [&](EffectObject& e) { return giveOut(out, e.params().handle()); });
 }
 
 OfxStatus clipDefine(OfxImageEffectHandle h, const char* name, OfxPropertySetHandle* out)
 {
-    return guarded([&] {
-        EffectObject* e = EffectObject::fromHandle(h);
-        if (!e)
-            return kOfxStatErrBadHandle;
+    return onHandle<EffectObject>(h, [&](EffectObject& e) {
         Clip* clip = nullptr;
-        const OfxStatus s = e->defineClip(name, &clip);
+        const OfxStatus s = e.defineClip(name, &clip);
         if (s == kOfxStatOK && out)
             *out = clip->props().handle();
         return s;
@@ -51,13 +32,10 @@ OfxStatus clipDefine(OfxImageEffectHandle h, const char* name, OfxPropertySetHan
 OfxStatus clipGetHandle(OfxImageEffectHandle h, const char* name, OfxImageClipHandle* clip,
                         OfxPropertySetHandle* props)
 {
-    return guarded([&] {
-        EffectObject* e = EffectObject::fromHandle(h);
-        if (!e)
-            return kOfxStatErrBadHandle;
+    return onHandle<EffectObject>(h, [&](EffectObject& e) {
         if (!name)
             return kOfxStatErrUnknown;
-        Clip* c = e->clip(name);
+        Clip* c = e.clip(name);
         if (!c)
             return kOfxStatErrUnknown;
         if (clip)
@@ -70,27 +48,14 @@ OfxStatus clipGetHandle(OfxImageEffectHandle h, const char* name, OfxImageClipHa
 
 OfxStatus clipGetPropertySet(OfxImageClipHandle h, OfxPropertySetHandle* out)
 {
-    return guarded([&] {
-        Clip* c = Clip::fromHandle(h);
-        if (!c)
-            return kOfxStatErrBadHandle;
-        if (!out)
-            return kOfxStatErrValue;
-        *out = c->props().handle();
-        return kOfxStatOK;
-    });
+    return onHandle<Clip>(h, [&](Clip& c) { return giveOut(out, c.props().handle()); });
 }
 
 OfxStatus clipGetImage(OfxImageClipHandle h, OfxTime time, const OfxRectD*, OfxPropertySetHandle* out)
 {
-    return guarded([&] {
-        Clip* c = Clip::fromHandle(h);
-        if (!c)
-            return kOfxStatErrBadHandle;
-        Instance* inst = c->owner().asInstance();
-        if (!inst)
-            return kOfxStatErrBadHandle;
-        return inst->getImage(*c, time, out);
+    return onHandle<Clip>(h, [&](Clip& c) {
+        Instance* inst = c.owner().asInstance();
+        return inst ? inst->getImage(c, time, out) : kOfxStatErrBadHandle;
     });
 }
 
@@ -101,16 +66,13 @@ OfxStatus clipReleaseImage(OfxPropertySetHandle image)
 
 OfxStatus clipGetRegionOfDefinition(OfxImageClipHandle h, OfxTime time, OfxRectD* out)
 {
-    return guarded([&] {
-        Clip* c = Clip::fromHandle(h);
-        if (!c)
-            return kOfxStatErrBadHandle;
-        Instance* inst = c->owner().asInstance();
+    return onHandle<Clip>(h, [&](Clip& c) {
+        Instance* inst = c.owner().asInstance();
         if (!inst)
             return kOfxStatErrBadHandle;
         if (!out)
             return kOfxStatErrValue;
-        return inst->clipRegionOfDefinition(*c, time, *out);
+        return inst->clipRegionOfDefinition(c, time, *out);
     });
 }
 

@@ -434,9 +434,11 @@ OfxStatus Instance::timeDomain(OfxRangeD& range)
     return s;
 }
 
-OfxStatus Instance::beginSequence(double first, double last, double step, const RenderOptions& o)
+namespace {
+
+// The arguments of the begin and end sequence actions, which are the same.
+void defineSequenceArgs(PropertySet& in, double first, double last, double step, const RenderOptions& o)
 {
-    PropertySet in;
     in.defineDouble(kOfxImageEffectPropFrameRange, {first, last});
     in.defineDouble(kOfxImageEffectPropFrameStep, {step});
     in.defineInt(kOfxPropIsInteractive, {o.interactive ? 1 : 0});
@@ -445,6 +447,14 @@ OfxStatus Instance::beginSequence(double first, double last, double step, const 
     in.defineInt(kOfxImageEffectPropInteractiveRenderStatus, {o.interactive ? 1 : 0});
     in.defineInt(kOfxImageEffectPropOpenGLEnabled, {0});
     in.defineInt(kOfxImageEffectPropOpenCLEnabled, {0});
+}
+
+}  // namespace
+
+OfxStatus Instance::beginSequence(double first, double last, double step, const RenderOptions& o)
+{
+    PropertySet in;
+    defineSequenceArgs(in, first, last, step, o);
     setClipFormats(o);
     return callWithRender(kOfxImageEffectActionBeginSequenceRender, nullptr, in.handle(), nullptr);
 }
@@ -452,14 +462,7 @@ OfxStatus Instance::beginSequence(double first, double last, double step, const 
 OfxStatus Instance::endSequence(double first, double last, double step, const RenderOptions& o)
 {
     PropertySet in;
-    in.defineDouble(kOfxImageEffectPropFrameRange, {first, last});
-    in.defineDouble(kOfxImageEffectPropFrameStep, {step});
-    in.defineInt(kOfxPropIsInteractive, {o.interactive ? 1 : 0});
-    in.defineDouble(kOfxImageEffectPropRenderScale, {o.renderScale, o.renderScale});
-    in.defineInt(kOfxImageEffectPropSequentialRenderStatus, {o.sequential ? 1 : 0});
-    in.defineInt(kOfxImageEffectPropInteractiveRenderStatus, {o.interactive ? 1 : 0});
-    in.defineInt(kOfxImageEffectPropOpenGLEnabled, {0});
-    in.defineInt(kOfxImageEffectPropOpenCLEnabled, {0});
+    defineSequenceArgs(in, first, last, step, o);
     return callWithRender(kOfxImageEffectActionEndSequenceRender, nullptr, in.handle(), nullptr);
 }
 

@@ -76,6 +76,45 @@ OfxStatus readValue(const Param& p, ParamValue& v, va_list ap)
     return kOfxStatOK;
 }
 
+template <typename Fn>
+OfxStatus onParam(OfxParamHandle h, Fn fn)
+{
+    return onHandle<Param>(h, fn);
+}
+
+// Computes a value of the parameter and writes it into the caller's
+// variable arguments.
+template <typename Compute>
+OfxStatus writeComputed(OfxParamHandle h, va_list ap, Compute compute)
+{
+    return onParam(h, [&](Param& p) {
+        ParamValue v;
+        const OfxStatus r = compute(p, v);
+        return r == kOfxStatOK ? writeValue(p, v, ap) : r;
+    });
+}
+
+// Reads a value from the caller's variable arguments and stores it.
+template <typename Store>
+OfxStatus storeRead(OfxParamHandle h, va_list ap, Store store)
+{
+    return onParam(h, [&](Param& p) {
+        if (!p.hasValue())
+            return kOfxStatErrUnsupported;
+        ParamValue v;
+        const OfxStatus r = readValue(p, v, ap);
+        return r == kOfxStatOK ? store(p, v) : r;
+    });
+}
+
+OfxStatus valueAt(Param& p, double time, ParamValue& v)
+{
+    if (!p.hasValue())
+        return kOfxStatErrUnsupported;
+    v = p.valueAt(time);
+    return kOfxStatOK;
+}
+
 OfxStatus paramDefine(OfxParamSetHandle h, const char* type, const char* name, OfxPropertySetHandle* props)
 {
     return guarded([&] {
@@ -113,43 +152,21 @@ OfxStatus paramSetGetPropertySet(OfxParamSetHandle h, OfxPropertySetHandle* out)
         ParamSet* set = paramSetOf(h);
         if (!set)
             return kOfxStatErrBadHandle;
-        if (!out)
-            return kOfxStatErrValue;
-        *out = set->props().handle();
-        return kOfxStatOK;
+        return giveOut(out, set->props().handle());
     });
 }
 
 OfxStatus paramGetPropertySet(OfxParamHandle h, OfxPropertySetHandle* out)
 {
-    return guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
-        if (!out)
-            return kOfxStatErrValue;
-        *out = p->props().handle();
-        return kOfxStatOK;
-    });
-}
-
-OfxStatus getValueAt(Param* p, double time, va_list ap)
-{
-    if (!p)
-        return kOfxStatErrBadHandle;
-    if (!p->hasValue())
-        return kOfxStatErrUnsupported;
-    return writeValue(*p, p->valueAt(time), ap);
+    return onParam(h, [&](Param& p) { return giveOut(out, p.props().handle()); });
 }
 
 OfxStatus paramGetValue(OfxParamHandle h, ...)
 {
     va_list ap;
     va_start(ap, h);
-    const OfxStatus s = guarded([&] {
-        Param* p = Param::fromHandle(h);
-        return getValueAt(p, p ? p->owner().currentTime() : 0.0, ap);
-    });
+    const OfxStatus s =
+        writeComputed(h, ap, [](Param& p, ParamValue& v) { return valueAt(p, p.owner().currentTime(), v); });
     va_end(ap);
     return s;
 }
@@ -158,7 +175,7 @@ OfxStatus paramGetValueAtTime(OfxParamHandle h, OfxTime time, ...)
 {
     va_list ap;
     va_start(ap, time);
-    const OfxStatus s = guarded([&] { return getValueAt(Param::fromHandle(h), time, ap); });
+    const OfxStatus s = writeComputed(h, ap, [&](Param& p, ParamValue& v) { return valueAt(p, time, v); });
     va_end(ap);
     return s;
 }
@@ -167,14 +184,7 @@ OfxStatus paramGetDerivative(OfxParamHandle h, OfxTime time, ...)
 {
     va_list ap;
     va_start(ap, time);
-    const OfxStatus s = guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
-        ParamValue v;
-        const OfxStatus r = p->derivative(time, v);
-        return r == kOfxStatOK ? writeValue(*p, v, ap) : r;
-    });
+    const OfxStatus s = writeComputed(h, ap, [&](Param& p, ParamValue& v) { return p.derivative(time, v); });
     va_end(ap);
     return s;
 }
@@ -183,14 +193,7 @@ OfxStatus paramGetIntegral(OfxParamHandle h, OfxTime t1, OfxTime t2, ...)
 {
     va_list ap;
     va_start(ap, t2);
-    const OfxStatus s = guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
-        ParamValue v;
-        const OfxStatus r = p->integral(t1, t2, v);
-        return r == kOfxStatOK ? writeValue(*p, v, ap) : r;
-    });
+    const OfxStatus s = writeComputed(h, ap, [&](Param& p, ParamValue& v) { return p.integral(t1, t2, v); });
     va_end(ap);
     return s;
 }
@@ -199,16 +202,7 @@ OfxStatus paramSetValue(OfxParamHandle h, ...)
 {
     va_list ap;
     va_start(ap, h);
-    const OfxStatus s = guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
-        if (!p->hasValue())
-            return kOfxStatErrUnsupported;
-        ParamValue v;
-        const OfxStatus r = readValue(*p, v, ap);
-        return r == kOfxStatOK ? p->setValue(v) : r;
-    });
+    const OfxStatus s = storeRead(h, ap, [](Param& p, const ParamValue& v) { return p.setValue(v); });
     va_end(ap);
     return s;
 }
@@ -217,42 +211,22 @@ OfxStatus paramSetValueAtTime(OfxParamHandle h, OfxTime time, ...)
 {
     va_list ap;
     va_start(ap, time);
-    const OfxStatus s = guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
-        if (!p->hasValue())
-            return kOfxStatErrUnsupported;
-        ParamValue v;
-        const OfxStatus r = readValue(*p, v, ap);
-        return r == kOfxStatOK ? p->setValueAtTime(time, v) : r;
-    });
+    const OfxStatus s = storeRead(h, ap, [&](Param& p, const ParamValue& v) { return p.setValueAtTime(time, v); });
     va_end(ap);
     return s;
 }
 
 OfxStatus paramGetNumKeys(OfxParamHandle h, unsigned int* n)
 {
-    return guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
-        if (!n)
-            return kOfxStatErrValue;
-        *n = static_cast<unsigned>(p->keyTimes().size());
-        return kOfxStatOK;
-    });
+    return onParam(h, [&](Param& p) { return giveOut(n, static_cast<unsigned>(p.keyTimes().size())); });
 }
 
 OfxStatus paramGetKeyTime(OfxParamHandle h, unsigned int nth, OfxTime* time)
 {
-    return guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
+    return onParam(h, [&](Param& p) {
         if (!time)
             return kOfxStatErrValue;
-        const auto keys = p->keyTimes();
+        const auto keys = p.keyTimes();
         if (nth >= keys.size())
             return kOfxStatErrBadIndex;
         *time = keys[nth];
@@ -262,13 +236,10 @@ OfxStatus paramGetKeyTime(OfxParamHandle h, unsigned int nth, OfxTime* time)
 
 OfxStatus paramGetKeyIndex(OfxParamHandle h, OfxTime time, int direction, int* index)
 {
-    return guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
+    return onParam(h, [&](Param& p) {
         if (!index)
             return kOfxStatErrValue;
-        const auto keys = p->keyTimes();
+        const auto keys = p.keyTimes();
         int found = -1;
         for (int i = 0; i < int(keys.size()); ++i) {
             if (direction == 0 && keys[i] == time)
@@ -287,19 +258,13 @@ OfxStatus paramGetKeyIndex(OfxParamHandle h, OfxTime time, int direction, int* i
 
 OfxStatus paramDeleteKey(OfxParamHandle h, OfxTime time)
 {
-    return guarded([&] {
-        Param* p = Param::fromHandle(h);
-        return p ? p->deleteKey(time) : kOfxStatErrBadHandle;
-    });
+    return onParam(h, [&](Param& p) { return p.deleteKey(time); });
 }
 
 OfxStatus paramDeleteAllKeys(OfxParamHandle h)
 {
-    return guarded([&] {
-        Param* p = Param::fromHandle(h);
-        if (!p)
-            return kOfxStatErrBadHandle;
-        p->deleteAllKeys();
+    return onParam(h, [](Param& p) {
+        p.deleteAllKeys();
         return kOfxStatOK;
     });
 }

@@ -92,22 +92,33 @@ void PropertySet::merge(const PropertySet& other)
 }
 
 template <class T>
-OfxStatus PropertySet::setImpl(std::string_view name, int index, T v)
+OfxStatus PropertySet::writable(std::string_view name, Property*& prop, std::vector<T>*& vec)
 {
-    if (index < 0 || index >= kMaxValues)
-        return kOfxStatErrBadIndex;
-    std::lock_guard lock(mutex_);
     auto it = props_.find(name);
     if (it == props_.end()) {
         if (!extensible_)
             return kOfxStatErrUnknown;
         it = props_.emplace(std::string(name), Property{std::vector<T>{}, std::vector<T>{}, true}).first;
     }
-    auto* vec = std::get_if<std::vector<T>>(&it->second.values);
+    vec = std::get_if<std::vector<T>>(&it->second.values);
     if (!vec)
         return kOfxStatErrValue;
+    prop = &it->second;
+    return kOfxStatOK;
+}
+
+template <class T>
+OfxStatus PropertySet::setImpl(std::string_view name, int index, T v)
+{
+    if (index < 0 || index >= kMaxValues)
+        return kOfxStatErrBadIndex;
+    std::lock_guard lock(mutex_);
+    Property* prop = nullptr;
+    std::vector<T>* vec = nullptr;
+    if (const OfxStatus s = writable(name, prop, vec); s != kOfxStatOK)
+        return s;
     if (static_cast<std::size_t>(index) >= vec->size()) {
-        if (!it->second.variable)
+        if (!prop->variable)
             return kOfxStatErrBadIndex;
         vec->resize(index + 1);
     }
@@ -128,16 +139,11 @@ OfxStatus PropertySet::setNImpl(std::string_view name, int count, const In* v)
                 return kOfxStatErrValue;
     }
     std::lock_guard lock(mutex_);
-    auto it = props_.find(name);
-    if (it == props_.end()) {
-        if (!extensible_)
-            return kOfxStatErrUnknown;
-        it = props_.emplace(std::string(name), Property{std::vector<T>{}, std::vector<T>{}, true}).first;
-    }
-    auto* vec = std::get_if<std::vector<T>>(&it->second.values);
-    if (!vec)
-        return kOfxStatErrValue;
-    if (it->second.variable)
+    Property* prop = nullptr;
+    std::vector<T>* vec = nullptr;
+    if (const OfxStatus s = writable(name, prop, vec); s != kOfxStatOK)
+        return s;
+    if (prop->variable)
         vec->resize(count);
     else if (static_cast<std::size_t>(count) > vec->size())
         return kOfxStatErrBadIndex;

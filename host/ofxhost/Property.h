@@ -109,6 +109,10 @@ private:
         bool variable = false;
     };
 
+    // The values of a property about to be written, added when the set is
+    // extensible; the caller holds the lock.
+    template <class T>
+    OfxStatus writable(std::string_view name, Property*& prop, std::vector<T>*& vec);
     template <class T>
     OfxStatus setImpl(std::string_view name, int index, T v);
     template <class T, class In>

@@ -20,4 +20,26 @@ OfxStatus guarded(F&& body) noexcept
     }
 }
 
+// The body of most suite functions: find the object behind a handle
+// (kOfxStatErrBadHandle when there is none) and run fn on it, guarded.
+template <class T, class H, class F>
+OfxStatus onHandle(H handle, F&& fn) noexcept
+{
+    return guarded([&]() -> OfxStatus {
+        T* object = T::fromHandle(handle);
+        return object ? fn(*object) : kOfxStatErrBadHandle;
+    });
+}
+
+// Hands a value to the caller through an output argument, which must be
+// given.
+template <class V>
+OfxStatus giveOut(V* out, V value)
+{
+    if (!out)
+        return kOfxStatErrValue;
+    *out = value;
+    return kOfxStatOK;
+}
+
 }  // namespace ofxhost

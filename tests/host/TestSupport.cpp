@@ -31,6 +31,23 @@ std::shared_ptr<ofxhost::Plugin> loadTestPlugin(const std::shared_ptr<ofxhost::H
     return ofxhost::Plugin::load(host, bundle, index);
 }
 
+ofxhost::ImageBuffer solidFloat(int width, int height, ofxhost::PixelOrder order, float value)
+{
+    ofxhost::ImageBuffer img(width, height, ofxhost::Depth::Float, order);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int c = 0; c < 4; ++c)
+                img.setFloat(x, y, c, value);
+    return img;
+}
+
+ofxhost::Param& ParamSetTest::define(const char* type, const char* name)
+{
+    ofxhost::Param* p = nullptr;
+    EXPECT_EQ(set.define(type, name, &p), kOfxStatOK) << name;
+    return *p;
+}
+
 TempDir::TempDir()
 {
     static std::atomic<int> serial{0};

@@ -2,12 +2,16 @@
 // temporary directories that clean up after themselves.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <memory>
 #include <string>
 
 #include "ofxhost/Bundle.h"
 #include "ofxhost/Host.h"
+#include "ofxhost/Image.h"
+#include "ofxhost/Param.h"
 #include "ofxhost/Plugin.h"
 
 namespace hosttest {
@@ -19,6 +23,16 @@ std::shared_ptr<ofxhost::Host> quietHost(ofxhost::HostConfig config = {});
 std::shared_ptr<ofxhost::Host> quietHost(unsigned threads);
 // Loads a plug-in of the test bundle by identifier.
 std::shared_ptr<ofxhost::Plugin> loadTestPlugin(const std::shared_ptr<ofxhost::Host>& host, const std::string& id);
+// A float image with every channel of every pixel set to value.
+ofxhost::ImageBuffer solidFloat(int width, int height, ofxhost::PixelOrder order, float value);
+
+// A parameter set of its own, reading the time below as the effect's.
+class ParamSetTest : public ::testing::Test {
+protected:
+    ofxhost::Param& define(const char* type, const char* name);
+    double time = 0;
+    ofxhost::ParamSet set{nullptr, &time};
+};
 
 class TempDir {
 public:

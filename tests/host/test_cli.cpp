@@ -103,7 +103,6 @@ protected:
         writeImage(dir.file("in.tif"), frame);
         writeImage(dir.file("in.png"), ImageBuffer::testFrame(12, 7, Depth::Byte, PixelOrder::RGBA, 12));
     }
-    std::vector<std::string> inputsOnly() const { return {"in.png", "in.tif"}; }
     hosttest::TempDir dir;
     ImageBuffer frame{1, 1, Depth::Float, PixelOrder::RGBA};
 };
@@ -148,14 +147,7 @@ TEST_F(CliFiles, SequenceWithKeyframesWritesEveryFrame)
 
 TEST_F(CliFiles, TransitionFromTwoFiles)
 {
-    writeImage(dir.file("white.tif"), [] {
-        ImageBuffer w(12, 7, Depth::Float, PixelOrder::RGBA);
-        for (int y = 0; y < 7; ++y)
-            for (int x = 0; x < 12; ++x)
-                for (int c = 0; c < 4; ++c)
-                    w.setFloat(x, y, c, 1.0f);
-        return w;
-    }());
+    writeImage(dir.file("white.tif"), hosttest::solidFloat(12, 7, PixelOrder::RGBA, 1.0f));
     CliRun r = run({"render", "mix", "-i", dir.file("in.tif"), "-i", "SourceTo=" + dir.file("white.tif"), "--frames",
                  "0-2", "-o", dir.file("mix.@.tif")});
     ASSERT_EQ(r.status, 0) << r.err;

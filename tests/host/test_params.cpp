@@ -2,8 +2,9 @@
 // keyframes and their interpolation, derivative and integral.
 #include <gtest/gtest.h>
 
-#include <cfloat>
+#include <limits>
 
+#include "TestSupport.h"
 #include "ofxhost/Param.h"
 #include "ofxhost/Suites.h"
 #include "ofxTalvo.h"
@@ -12,22 +13,14 @@ using namespace ofxhost;
 
 namespace {
 
-class ParamTest : public ::testing::Test {
+class ParamTest : public hosttest::ParamSetTest {
 protected:
-    Param& define(const char* type, const char* name)
-    {
-        Param* p = nullptr;
-        EXPECT_EQ(set.define(type, name, &p), kOfxStatOK);
-        return *p;
-    }
     static ParamValue num(double a, double b = 0, double c = 0, double d = 0)
     {
         ParamValue v;
         v.n = {a, b, c, d};
         return v;
     }
-    double time = 0;
-    ParamSet set{nullptr, &time};
     const OfxParameterSuiteV1* suite = suites::parameter();
 };
 
@@ -130,7 +123,7 @@ TEST_F(ParamTest, LinearKeyframesHoldOutsideTheKeys)
     EXPECT_EQ(x, 0.5);
 }
 
-TEST_F(ParamTest, IntegersRoundBooleansChoicesAndStringsStep)
+TEST_F(ParamTest, IntegersRoundWhileBooleansStringsAndCustomsStep)
 {
     Param& i = define(kOfxParamTypeInteger, "I");
     i.setValueAtTime(0, num(0));
@@ -142,14 +135,17 @@ TEST_F(ParamTest, IntegersRoundBooleansChoicesAndStringsStep)
     b.setValueAtTime(10, num(1));
     EXPECT_EQ(b.valueAt(9.99).n[0], 0);
     EXPECT_EQ(b.valueAt(10).n[0], 1);
-    Param& s = define(kOfxParamTypeString, "S");
-    ParamValue one, two;
-    one.s = "one";
-    two.s = "two";
-    s.setValueAtTime(1, one);
-    s.setValueAtTime(3, two);
-    EXPECT_EQ(s.valueAt(2.9).s, "one");
-    EXPECT_EQ(s.valueAt(3).s, "two");
+    // Strings, and custom parameters without an interpolation callback.
+    for (const char* type : {kOfxParamTypeString, kOfxParamTypeCustom}) {
+        Param& s = define(type, type);
+        ParamValue one, two;
+        one.s = "one";
+        two.s = "two";
+        s.setValueAtTime(1, one);
+        s.setValueAtTime(3, two);
+        EXPECT_EQ(s.valueAt(2.9).s, "one") << type;
+        EXPECT_EQ(s.valueAt(3).s, "two") << type;
+    }
 }
 
 TEST_F(ParamTest, SetValueOnAnAnimatedParameterKeysTheCurrentTime)
@@ -234,17 +230,6 @@ TEST_F(ParamTest, CopyShiftsKeysWithinARange)
     ASSERT_EQ(suite->paramCopy(to.handle(), from.handle(), 10.0, &range), kOfxStatOK);
     EXPECT_EQ(to.keyTimes(), std::vector<double>{11.0});
     EXPECT_EQ(suite->paramCopy(other.handle(), from.handle(), 0.0, nullptr), kOfxStatErrValue);
-}
-
-TEST_F(ParamTest, CustomParametersWithoutACallbackStep)
-{
-    Param& c = define(kOfxParamTypeCustom, "C");
-    ParamValue a, b;
-    a.s = "A";
-    b.s = "B";
-    c.setValueAtTime(0, a);
-    c.setValueAtTime(2, b);
-    EXPECT_EQ(c.valueAt(1).s, "A");
 }
 
 TEST_F(ParamTest, ParametricCurvesAreLinearAndValidated)

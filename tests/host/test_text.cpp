@@ -40,35 +40,21 @@ TEST(FramePattern, HashesAndAts)
 
 TEST(Setting, NameValueAndOptionalTime)
 {
-    auto s = parseSetting("Gain=0.5@12");
-    EXPECT_EQ(s.name, "Gain");
-    EXPECT_EQ(s.text, "0.5");
-    ASSERT_TRUE(s.time);
-    EXPECT_EQ(*s.time, 12.0);
-    s = parseSetting("Note=@notes.txt");
-    EXPECT_EQ(s.text, "@notes.txt");
-    EXPECT_FALSE(s.time);
-    s = parseSetting("Note=mail@example.com");
-    EXPECT_EQ(s.text, "mail@example.com");
-    EXPECT_FALSE(s.time);
-    s = parseSetting("Tint=1,0,0,1@-2.5");
-    EXPECT_EQ(s.text, "1,0,0,1");
-    EXPECT_EQ(*s.time, -2.5);
+    const std::pair<const char*, ParamSetting> cases[] = {{"Gain=0.5@12", {"Gain", "0.5", 12.0}},
+                                                          {"Note=@notes.txt", {"Note", "@notes.txt", {}}},
+                                                          {"Note=mail@example.com", {"Note", "mail@example.com", {}}},
+                                                          {"Tint=1,0,0,1@-2.5", {"Tint", "1,0,0,1", -2.5}}};
+    for (const auto& [text, want] : cases) {
+        const ParamSetting s = parseSetting(text);
+        EXPECT_EQ(s.name, want.name) << text;
+        EXPECT_EQ(s.text, want.text) << text;
+        EXPECT_EQ(s.time, want.time) << text;
+    }
     EXPECT_THROW(parseSetting("novalue"), Error);
     EXPECT_THROW(parseSetting("=3"), Error);
 }
 
-class ParamTextTest : public ::testing::Test {
-protected:
-    Param& define(const char* type, const char* name)
-    {
-        Param* p = nullptr;
-        set.define(type, name, &p);
-        return *p;
-    }
-    double time = 0;
-    ParamSet set{nullptr, &time};
-};
+using ParamTextTest = hosttest::ParamSetTest;
 
 TEST_F(ParamTextTest, EveryValueShape)
 {

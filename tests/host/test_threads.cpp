@@ -46,30 +46,23 @@ protected:
     const OfxMultiThreadSuiteV1* mt = suites::multiThread();
 };
 
-TEST_F(MultiThreadSuiteTest, RunsEachIndexOnItsOwnWorker)
+TEST_F(MultiThreadSuiteTest, RunsEachIndexOnItsOwnWorkerCappedByThePool)
 {
     unsigned n = 0;
     ASSERT_EQ(mt->multiThreadNumCPUs(&n), kOfxStatOK);
     EXPECT_EQ(n, 4u);
-    Seen seen;
-    ASSERT_EQ(mt->multiThread(record, 4, &seen), kOfxStatOK);
-    std::sort(seen.indexes.begin(), seen.indexes.end());
-    EXPECT_EQ(seen.indexes, (std::vector<unsigned>{0, 1, 2, 3}));
-    EXPECT_EQ(seen.counts, (std::vector<unsigned>{4, 4, 4, 4}));
-    EXPECT_EQ(seen.threads.size(), 4u);
-    EXPECT_EQ(seen.threads.count(std::this_thread::get_id()), 0u);
-    EXPECT_EQ(seen.mismatches, 0);
-}
-
-TEST_F(MultiThreadSuiteTest, ZeroMeansAllAndMoreThanThePoolIsCapped)
-{
-    Seen all;
-    ASSERT_EQ(mt->multiThread(record, 0, &all), kOfxStatOK);
-    EXPECT_EQ(all.indexes.size(), 4u);
-    Seen many;
-    ASSERT_EQ(mt->multiThread(record, 100, &many), kOfxStatOK);
-    // The count each call receives is the number actually launched.
-    EXPECT_EQ(many.counts, (std::vector<unsigned>(4, 4)));
+    // 0 means every thread; more than the pool is capped, and each call
+    // receives the number actually launched.
+    for (unsigned asked : {4u, 0u, 100u}) {
+        Seen seen;
+        ASSERT_EQ(mt->multiThread(record, asked, &seen), kOfxStatOK);
+        std::sort(seen.indexes.begin(), seen.indexes.end());
+        EXPECT_EQ(seen.indexes, (std::vector<unsigned>{0, 1, 2, 3})) << asked;
+        EXPECT_EQ(seen.counts, (std::vector<unsigned>{4, 4, 4, 4})) << asked;
+        EXPECT_EQ(seen.threads.size(), 4u) << asked;
+        EXPECT_EQ(seen.threads.count(std::this_thread::get_id()), 0u);
+        EXPECT_EQ(seen.mismatches, 0);
+    }
 }
 
 TEST_F(MultiThreadSuiteTest, CallerIsNotASpawnedThread)

@@ -16,28 +16,27 @@ QZHSL hslOf(uint8_t r, uint8_t g, uint8_t b, uint8_t a = 255) {
     return hsl;
 }
 
-std::array<uint8_t, 4> bytesOf(double h, double s, double l, double a, QZRGBA start = {1, 2, 3, 4}) {
-    QZHSL hsl{h, s, l, a};
-    QZRGBA px = start;
-    QZHSL_To_QZRGBA(&px, &hsl);
-    return {px.r, px.g, px.b, px.a};  // red first, for reading
-}
-
+// Red first, for reading.
 using Bytes = std::array<uint8_t, 4>;
+using Floats = std::array<float, 4>;
+using Doubles = std::array<double, 4>;
+template <class Pixel>
+auto rgba(const Pixel& p) {
+    return std::array{p.r, p.g, p.b, p.a};
+}
+Doubles hsla(const QZHSL& c) { return {c.h, c.s, c.l, c.a}; }
 
-TEST(QzHsl, BlackAndGreyHaveNoHueOrSaturation) {
-    const QZHSL black = hslOf(0, 0, 0);
-    EXPECT_EQ(black.h, 0.0);
-    EXPECT_EQ(black.s, 0.0);
-    EXPECT_EQ(black.l, 0.0);
-    const QZHSL grey = hslOf(128, 128, 128, 132);
-    EXPECT_EQ(grey.h, 0.0);
-    EXPECT_EQ(grey.s, 0.0);
-    EXPECT_EQ(grey.l, 128 * kByte);
-    EXPECT_EQ(grey.a, 132 * kByte) << "8-bit alpha is scaled like the colour";
+Bytes bytesOf(double h, double s, double l, double a) {
+    QZHSL hsl{h, s, l, a};
+    QZRGBA px{1, 2, 3, 4};
+    QZHSL_To_QZRGBA(&px, &hsl);
+    return rgba(px);
 }
 
-TEST(QzHsl, PrimariesAndTheTieRuleOfRed) {
+TEST(QzHsl, GreysHaveNoHueAndRedWinsTies) {
+    EXPECT_EQ(hsla(hslOf(0, 0, 0)), (Doubles{0.0, 0.0, 0.0, 255 * kByte}));
+    EXPECT_EQ(hsla(hslOf(128, 128, 128, 132)), (Doubles{0.0, 0.0, 128 * kByte, 132 * kByte}))
+        << "8-bit alpha is scaled like the colour";
     // Green and blue both minimal: the first branch, ((mx - b) / d + 5) / 6.
     EXPECT_EQ(hslOf(255, 0, 0).h, 1.0);
     EXPECT_EQ(hslOf(0, 255, 0).h, 0.3333333333333333);
@@ -48,7 +47,7 @@ TEST(QzHsl, PrimariesAndTheTieRuleOfRed) {
     EXPECT_DOUBLE_EQ(c.l, 0.49019607843137253);
 }
 
-TEST(QzHsl, ToBytesTruncatesAndTreatsHueOneAsZero) {
+TEST(QzHsl, InverseTruncatesWrapsHueOneAndWritesOnlyAlphaPastIt) {
     EXPECT_EQ(bytesOf(0.0, 1.0, 0.5, 1.0), (Bytes{255, 0, 0, 255}));
     EXPECT_EQ(bytesOf(1.0, 1.0, 0.5, 1.0), (Bytes{255, 0, 0, 255})) << "sextant 6 is sextant 0";
     // 30 degrees: green is 0.5 * 255 = 127.5, truncated.
@@ -57,9 +56,7 @@ TEST(QzHsl, ToBytesTruncatesAndTreatsHueOneAsZero) {
     EXPECT_EQ(bytesOf(0.0, 0.0, 132 * kByte, 132 * kByte), (Bytes{131, 131, 131, 131}));
     const QZHSL c = hslOf(200, 100, 50);
     EXPECT_EQ(bytesOf(c.h, c.s, c.l, 1.0), (Bytes{200, 100, 49, 255}));
-}
-
-TEST(QzHsl, ToBytesPastTheSixthSextantWritesOnlyAlpha) {
+    // Past the sixth sextant only alpha is written.
     EXPECT_EQ(bytesOf(1.2, 1.0, 0.5, 1.0), (Bytes{3, 2, 1, 255}));
     EXPECT_EQ(bytesOf(-0.5, 1.0, 0.5, 0.0), (Bytes{3, 2, 1, 0}));
     // Just under 7/6 is still sextant 6.
@@ -67,16 +64,11 @@ TEST(QzHsl, ToBytesPastTheSixthSextantWritesOnlyAlpha) {
     // Alpha is clamped; zero value gives black with alpha.
     EXPECT_EQ(bytesOf(0.0, 1.0, 0.0, 2.0), (Bytes{0, 0, 0, 255}));
     EXPECT_EQ(bytesOf(0.0, 1.0, 0.0, -1.0), (Bytes{0, 0, 0, 0}));
-}
-
-TEST(QzHsl, FloatInverseZeroesColourWithoutValueButKeepsAlpha) {
+    // The float inverse zeroes colour without value but keeps alpha.
     QZHSL dark{0.3, 1.0, -0.25, 0.5};
     QZDIBPIXEL out{9.0f, 9.0f, 9.0f, 9.0f};
     QZHSL_To_QZDIBPIXEL(&out, &dark);
-    EXPECT_EQ(out.b, 0.0f);
-    EXPECT_EQ(out.g, 0.0f);
-    EXPECT_EQ(out.r, 0.0f);
-    EXPECT_EQ(out.a, 0.5f);
+    EXPECT_EQ(rgba(out), (Floats{0.0f, 0.0f, 0.0f, 0.5f}));
 }
 
 QZHSL tolerantHsl(float b, float g, float r) {
@@ -86,16 +78,11 @@ QZHSL tolerantHsl(float b, float g, float r) {
     return hsl;
 }
 
-TEST(QzHslFloat, WhiteIsNudgedOffTheZeroDivisor) {
+TEST(QzHslFloat, WhiteIsNudgedAndOutOfRangePixelsRoundTrip) {
     // Max and min sum to exactly 2: the maximum (blue, on a tie) becomes
     // 1 + 1e-6 in the working copy, and saturation comes out non-zero.
-    const QZHSL hsl = tolerantHsl(1.0f, 1.0f, 1.0f);
-    EXPECT_EQ(hsl.s, 1.0);
-    EXPECT_EQ(hsl.h, 0.6666666666666666);
-    EXPECT_EQ(hsl.l, 1.0000004999999987);
-}
+    EXPECT_EQ(hsla(tolerantHsl(1.0f, 1.0f, 1.0f)), (Doubles{0.6666666666666666, 1.0, 1.0000004999999987, 1.0}));
 
-TEST(QzHslFloat, OverAndUnderRangePixelsRoundTrip) {
     struct Case {
         float b, g, r;
         double h, s, l, sAfter;
@@ -108,15 +95,10 @@ TEST(QzHslFloat, OverAndUnderRangePixelsRoundTrip) {
     };
     for (const Case& c : cases) {
         QZHSL hsl = tolerantHsl(c.b, c.g, c.r);
-        EXPECT_EQ(hsl.h, c.h);
-        EXPECT_EQ(hsl.s, c.s);
-        EXPECT_EQ(hsl.l, c.l);
+        EXPECT_EQ(hsla(hsl), (Doubles{c.h, c.s, c.l, 1.0}));
         QZDIBPIXEL back{};
         QZHSL_To_QZDIBPIXEL_Float(&back, &hsl);
-        EXPECT_EQ(back.b, c.b);
-        EXPECT_EQ(back.g, c.g);
-        EXPECT_EQ(back.r, c.r);
-        EXPECT_EQ(back.a, 1.0f);
+        EXPECT_EQ(rgba(back), (Floats{c.r, c.g, c.b, 1.0f}));
         EXPECT_EQ(hsl.s, c.sAfter) << "the inverse writes the saturation it used back";
     }
 }
@@ -169,14 +151,11 @@ TEST(QzLab, WhiteAndBlackAndRed) {
     EXPECT_DOUBLE_EQ(white.a, 0.00526049995830391);
     EXPECT_DOUBLE_EQ(white.b, -0.010408184525267927);
     const QZLAB black = labOf(0, 0, 0);
-    EXPECT_EQ(black.L, 0.0);
-    EXPECT_EQ(black.a, 0.0);
-    EXPECT_EQ(black.b, 0.0);
+    EXPECT_EQ((std::array{black.L, black.a, black.b}), (std::array{0.0, 0.0, 0.0}));
     const QZLAB red = labOf(255, 0, 0);
     EXPECT_DOUBLE_EQ(red.L, 53.23288178584245);
     EXPECT_DOUBLE_EQ(red.a, 80.10930952982204);
     EXPECT_DOUBLE_EQ(red.b, 67.22006831026425);
-
 }
 
 TEST(QzLab, InverseUsesTheSinglePrecisionWhite) {
@@ -184,10 +163,7 @@ TEST(QzLab, InverseUsesTheSinglePrecisionWhite) {
     const QZLAB white{100.0, 0.0, 0.0};
     QZLAB_To_QZRGBA(&px, &white);
     // Blue comes out at 0.99993: truncation gives 254. Alpha is not written.
-    EXPECT_EQ(px.r, 255);
-    EXPECT_EQ(px.g, 255);
-    EXPECT_EQ(px.b, 254);
-    EXPECT_EQ(px.a, 4);
+    EXPECT_EQ(rgba(px), (Bytes{255, 255, 254, 4}));
 
     QZDIBPIXEL f{0, 0, 0, 0.5f};
     QZLAB_To_QZDIBPIXEL_Float(&f, &white);
@@ -199,9 +175,7 @@ TEST(QzLab, InverseUsesTheSinglePrecisionWhite) {
     // Out of gamut: bytes clamp, floats do not.
     const QZLAB vivid{50.0, 100.0, 0.0};
     QZLAB_To_QZRGBA(&px, &vivid);
-    EXPECT_EQ(px.r, 255);
-    EXPECT_EQ(px.g, 0);
-    EXPECT_EQ(px.b, 123);
+    EXPECT_EQ(rgba(px), (Bytes{255, 0, 123, 4}));
     QZLAB_To_QZDIBPIXEL_Float(&f, &vivid);
     EXPECT_FLOAT_EQ(f.r, 1.0076013955236591f);
     EXPECT_FLOAT_EQ(f.g, -0.8386879790719062f);
@@ -214,10 +188,7 @@ TEST(QzDibHSLAdjust, RotatesHueAndClampsSaturationAndLightness) {
     QZHSL third{1.0 / 3.0, 0.0, 0.0, 0.9};
     ASSERT_EQ(QzDibHSLAdjust(img.data(), &bounds, 8, nullptr, 4, &third), S_OK);
     // Red's hue 1.0 + 1/3 wraps to 1/3: green. Alpha keeps its byte.
-    EXPECT_EQ(img[0].r, 0);
-    EXPECT_EQ(img[0].g, 255);
-    EXPECT_EQ(img[0].b, 0);
-    EXPECT_EQ(img[0].a, 132);
+    EXPECT_EQ(rgba(img[0]), (Bytes{0, 255, 0, 132}));
 
     QZHSL grey{0.0, -2.0, 0.0, 0.0};
     RECT second{1, 0, 2, 1};
@@ -237,11 +208,7 @@ TEST(QzDibHSLAdjust, FloatPixelsAndMisuse) {
     RECT bounds{0, 0, 1, 1};
     QZHSL half{-0.5, 0.0, 0.0, 0.0};
     ASSERT_EQ(QzDibHSLAdjust(img.data(), &bounds, 16, nullptr, 16, &half), S_OK);
-    // Hue 1.0 - 0.5: cyan.
-    EXPECT_EQ(img[0].r, 0.0f);
-    EXPECT_EQ(img[0].g, 1.0f);
-    EXPECT_EQ(img[0].b, 1.0f);
-    EXPECT_EQ(img[0].a, 0.5f);
+    EXPECT_EQ(rgba(img[0]), (Floats{0.0f, 1.0f, 1.0f, 0.5f})) << "hue 1.0 - 0.5: cyan";
 
     EXPECT_EQ(QzDibHSLAdjust(img.data(), &bounds, 16, nullptr, 16, nullptr), E_POINTER);
     EXPECT_EQ(QzDibHSLAdjust(img.data(), nullptr, 16, nullptr, 16, &half), E_POINTER);

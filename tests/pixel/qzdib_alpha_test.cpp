@@ -13,18 +13,16 @@ using Pf = std::array<float, 4>;
 
 RECT one{0, 0, 1, 1}, two{0, 0, 2, 1};
 
-TEST(QzDibPremultiply, BytesDivideExactlyBy255) {
+TEST(QzDibPremultiply, BytesDivideExactlyBy255AndFloatsDoNotClamp) {
     // 255 * 128 / 255 = 128; 1 * 128 / 255 = 0; 100 * 128 / 255 = 50;
     // 1 * 254 / 255 = 0; 255 * 254 / 255 = 254; 254 * 254 / 255 = 253.
     Px2 px{255, 1, 100, 128, 1, 255, 254, 254};
     ASSERT_EQ(QzDibPremultiply(px.data(), &two, 8, nullptr, 4), S_OK);
     EXPECT_EQ(px, (Px2{128, 0, 50, 128, 0, 254, 253, 254}));
-}
-
-TEST(QzDibPremultiply, FloatsMultiplyWithoutClamp) {
-    Pf px{0.5f, 1.0f, 2.0f, 0.5f};
-    ASSERT_EQ(QzDibPremultiply(px.data(), &one, 16, nullptr, 16), S_OK);
-    EXPECT_EQ(px, (Pf{0.25f, 0.5f, 1.0f, 0.5f}));
+    // Floats multiply without a clamp.
+    Pf f{0.5f, 1.0f, 2.0f, 0.5f};
+    ASSERT_EQ(QzDibPremultiply(f.data(), &one, 16, nullptr, 16), S_OK);
+    EXPECT_EQ(f, (Pf{0.25f, 0.5f, 1.0f, 0.5f}));
 }
 
 TEST(QzDibPatchPreMultiplied, ColourIsHeldToAlpha) {
@@ -34,13 +32,6 @@ TEST(QzDibPatchPreMultiplied, ColourIsHeldToAlpha) {
     Pf f{1.5f, 0.25f, -1.0f, 0.5f};
     ASSERT_EQ(QzDibPatchPreMultiplied(f.data(), &one, 16, nullptr, 16), S_OK);
     EXPECT_EQ(f, (Pf{0.5f, 0.25f, -1.0f, 0.5f}));
-}
-
-TEST(QzDibPrepAlpha, ModesOutsideMinusOneToThreeAreNotImplemented) {
-    Px2 px{1, 2, 3, 4, 5, 6, 7, 8};
-    EXPECT_EQ(QzDibPrepAlpha(px.data(), 2, 1, 8, nullptr, 4, nullptr, 4, 0, 0), E_NOTIMPL);
-    EXPECT_EQ(QzDibPrepAlpha(px.data(), 2, 1, 8, nullptr, -2, nullptr, 4, 0, 0), E_NOTIMPL);
-    EXPECT_EQ(px, (Px2{1, 2, 3, 4, 5, 6, 7, 8}));
 }
 
 TEST(QzDibPrepAlpha, OpaqueAndPremultiplyModesWithinTheBounds) {
@@ -61,13 +52,13 @@ TEST(QzDibPrepAlphaImage, ByteMatteIsRemovedAndClampedToAlpha) {
     const float matte[3] = {1.0f, 0.5f, 0.0f};  // 255, 127, 0
     // Alpha 128: (255 * 128 >> 8) + 200 - 255 = 72; (127 * 128 >> 8) + 150 - 127 = 86; 40.
     // Alpha 100: 99 + 10 - 255 < 0 -> 0; 49 + 255 - 127 = 177 -> 100; 200 -> 100.
-    Px2 px{200, 150, 40, 128, 10, 255, 200, 100};
+    const Px2 in{200, 150, 40, 128, 10, 255, 200, 100}, out{72, 86, 40, 128, 0, 100, 100, 100};
+    Px2 px = in;
     ASSERT_EQ(QzDibPrepAlphaImage(px.data(), &two, 8, nullptr, 0, matte, 4, 0, 0), S_OK);
-    EXPECT_EQ(px, (Px2{72, 86, 40, 128, 0, 100, 100, 100}));
-    // Mode 3, straight, removes the matte the same way.
-    px = {200, 150, 40, 128, 10, 255, 200, 100};
+    EXPECT_EQ(px, out);
+    px = in;  // mode 3, straight, removes the matte the same way
     ASSERT_EQ(QzDibPrepAlpha(px.data(), 2, 1, 8, nullptr, 3, matte, 4, 0, 0), S_OK);
-    EXPECT_EQ(px, (Px2{72, 86, 40, 128, 0, 100, 100, 100}));
+    EXPECT_EQ(px, out);
 }
 
 TEST(QzDibPrepAlphaImage, NoMatteOrANonPositiveOneOnlyClamps) {
@@ -109,13 +100,16 @@ TEST(QzDibPrepAlphaImage, FloatGammaRatioRemovesTheMatteInThePowerSpace) {
     EXPECT_EQ(g, (std::array<float, 8>{0, 0, 0, 0, 0.3f, 0.9f, 2.0f, 1.0f}));
 }
 
-TEST(QzDibPrepAlphaImage, MisuseWritesNothing) {
+TEST(QzDibAlpha, MisuseAndUnknownModesWriteNothing) {
     Px2 px{200, 0, 0, 1, 0, 0, 0, 0};
     EXPECT_EQ(QzDibPrepAlphaImage(px.data(), nullptr, 8, nullptr, 0, nullptr, 4, 0, 0), E_POINTER);
     EXPECT_EQ(QzDibPrepAlphaImage(nullptr, &two, 8, nullptr, 0, nullptr, 4, 0, 0), E_POINTER);
     EXPECT_EQ(QzDibPremultiply(px.data(), nullptr, 8, nullptr, 4), E_POINTER);
     EXPECT_EQ(QzDibPatchPreMultiplied(nullptr, &two, 8, nullptr, 4), E_POINTER);
     EXPECT_EQ(QzDibPrepAlpha(px.data(), 0, 0, 8, nullptr, 1, nullptr, 4, 0, 0), S_OK);
+    // Modes outside -1 to 3 are not implemented.
+    EXPECT_EQ(QzDibPrepAlpha(px.data(), 2, 1, 8, nullptr, 4, nullptr, 4, 0, 0), E_NOTIMPL);
+    EXPECT_EQ(QzDibPrepAlpha(px.data(), 2, 1, 8, nullptr, -2, nullptr, 4, 0, 0), E_NOTIMPL);
     EXPECT_EQ(px, (Px2{200, 0, 0, 1, 0, 0, 0, 0}));
 }
 

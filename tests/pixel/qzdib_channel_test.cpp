@@ -18,7 +18,7 @@ Px2 setByte(QzChannel channel, double value) {
     return px;
 }
 
-TEST(QzDibChannelSet, ByteValuesKeepTheLowByteButAlphaSaturates) {
+TEST(QzDibChannelSet, BytesKeepTheLowByteAlphaSaturatesStrayChannelsMeanBlue) {
     EXPECT_EQ(setByte(QzChannelRed, 0.5), (Px2{0, 0, 127, 0, 0, 0, 127, 0}));
     // 2.0 * 255 = 510: colour keeps 254, alpha saturates at 255.
     EXPECT_EQ(setByte(QzChannelBlue, 2.0), (Px2{254, 0, 0, 0, 254, 0, 0, 0}));
@@ -26,9 +26,7 @@ TEST(QzDibChannelSet, ByteValuesKeepTheLowByteButAlphaSaturates) {
     EXPECT_EQ(setByte(QzChannelAlpha, 1.0), (Px2{0, 0, 0, 255, 0, 0, 0, 255}));
     // trunc(-127.5) = -127, low byte 129.
     EXPECT_EQ(setByte(QzChannelGreen, -0.5), (Px2{0, 129, 0, 0, 0, 129, 0, 0}));
-}
-
-TEST(QzDibChannelSet, AChannelOutOfRangeMeansBlue) {
+    // A channel out of range means blue; floats take the value as it is.
     EXPECT_EQ(setByte(7, 1.0), (Px2{255, 0, 0, 0, 255, 0, 0, 0}));
     Pf f{};
     ASSERT_EQ(QzDibChannelSet(f.data(), &one, 16, nullptr, 16, 9, 0.3), S_OK);

@@ -12,17 +12,14 @@ using Pf = std::array<float, 4>;
 
 RECT one{0, 0, 1, 1}, two{0, 0, 2, 1};
 
-TEST(QzDibDesaturate, ByteAverageTruncatesAndStaysWithinAlpha) {
+TEST(QzDibDesaturate, AverageTruncatesAndHoldsBytesWithinAlpha) {
     // 70 / 3 = 23; 270 / 3 = 90, held to alpha 50.
     Px2 px{10, 20, 40, 255, 90, 90, 90, 50};
     ASSERT_EQ(QzDibDesaturate(px.data(), &two, 8, nullptr, 4, 0), S_OK);
     EXPECT_EQ(px, (Px2{23, 23, 23, 255, 50, 50, 50, 50}));
-}
-
-TEST(QzDibDesaturate, FloatAverageIsNotClamped) {
-    Pf px{0.25f, 0.5f, 1.5f, 0.5f};
-    ASSERT_EQ(QzDibDesaturate(px.data(), &one, 16, nullptr, 16, 0), S_OK);
-    EXPECT_EQ(px, (Pf{0.75f, 0.75f, 0.75f, 0.5f}));
+    Pf f{0.25f, 0.5f, 1.5f, 0.5f};
+    ASSERT_EQ(QzDibDesaturate(f.data(), &one, 16, nullptr, 16, 0), S_OK);
+    EXPECT_EQ(f, (Pf{0.75f, 0.75f, 0.75f, 0.5f})) << "floats are not clamped";
 }
 
 TEST(QzDibDesaturate, HslGreyIsTheLightness) {
@@ -41,23 +38,22 @@ TEST(QzDibDesaturate, HslGreyIsTheLightness) {
     EXPECT_EQ(px, (Px2{32, 32, 32, 32, 0, 0, 0, 0}));
 }
 
-TEST(QzDibBlendWithColor, BytesMixTowardTheColourAtItsAlpha) {
+TEST(QzDibBlendWithColor, MixesTowardTheColourAtItsClampedAlpha) {
     // Colour 255, 0, 127 at alpha 127 (0.5 * 255 truncated):
     // 0 + 255 * 127 / 256 = 126; 200 - 200 * 127 / 256 = 101; 127 stays.
     const double color[4] = {1.0, 0.0, 0.5, 0.5};
     Px2 px{0, 200, 127, 77, 255, 255, 255, 255};
     ASSERT_EQ(QzDibBlendWithColor(px.data(), &two, 8, nullptr, 4, color), S_OK);
     EXPECT_EQ(px, (Px2{126, 101, 127, 77, 255, 129, 192, 255}));
-}
 
-TEST(QzDibBlendWithColor, FloatColourIsClampedToTheUnitRange) {
-    const double color[4] = {2.0, -1.0, 0.5, 0.5};  // 1, 0, 0.5 at 0.5
-    Pf px{0.0f, 1.0f, 0.25f, 0.75f};
-    ASSERT_EQ(QzDibBlendWithColor(px.data(), &one, 16, nullptr, 16, color), S_OK);
-    EXPECT_EQ(px, (Pf{0.5f, 0.5f, 0.375f, 0.75f}));
+    // A float colour is clamped to the unit range.
+    const double wide[4] = {2.0, -1.0, 0.5, 0.5};  // 1, 0, 0.5 at 0.5
+    Pf f{0.0f, 1.0f, 0.25f, 0.75f};
+    ASSERT_EQ(QzDibBlendWithColor(f.data(), &one, 16, nullptr, 16, wide), S_OK);
+    EXPECT_EQ(f, (Pf{0.5f, 0.5f, 0.375f, 0.75f}));
     const double solid[4] = {0.25, 0.5, 0.75, 3.0};  // alpha held to 1: the colour itself
-    ASSERT_EQ(QzDibBlendWithColor(px.data(), &one, 16, nullptr, 16, solid), S_OK);
-    EXPECT_EQ(px, (Pf{0.25f, 0.5f, 0.75f, 0.75f}));
+    ASSERT_EQ(QzDibBlendWithColor(f.data(), &one, 16, nullptr, 16, solid), S_OK);
+    EXPECT_EQ(f, (Pf{0.25f, 0.5f, 0.75f, 0.75f}));
 }
 
 TEST(QzDibBlendWithColor, MisuseWritesNothing) {

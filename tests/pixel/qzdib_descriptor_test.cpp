@@ -36,26 +36,22 @@ uint32_t headerBytes(QzPixelType type, const RGBQUAD* palette = nullptr, int32_t
 
 TEST(QzDibInfo, FillsTheHeaderFields) {
     Block b;
-    b.h.biYPelsPerMeter = 77;
+    b.h.biYPelsPerMeter = 77;  // never read, never written
     uint32_t hdr = 0, img = 0;
     ASSERT_EQ(QzDibInfo(&hdr, &img, &b.h, QzPixelRGB24, 5, 3, nullptr, 0), S_OK);
-    EXPECT_EQ(b.h.biSize, 40u);
-    EXPECT_EQ(b.h.biWidth, 5);
-    EXPECT_EQ(b.h.biHeight, 3);
-    EXPECT_EQ(b.h.biPlanes, 1);
-    EXPECT_EQ(b.h.biBitCount, 24);
-    EXPECT_EQ(b.h.biCompression, BI_RGB);
-    // (24 * 5 + 31) >> 3 = 18, masked to 16.
-    EXPECT_EQ(b.h.biSizeImage, 48u);
+    // Rows of (24 * 5 + 31) >> 3 = 18, masked to 16.
+    const BITMAPINFOHEADER rgb{40, 5, 3, 1, 24, BI_RGB, 48, 0, 77, 0, 0};
+    EXPECT_EQ(std::memcmp(&b.h, &rgb, sizeof rgb), 0);
     EXPECT_EQ(img, 48u);
-    EXPECT_EQ(b.h.biXPelsPerMeter, 0);
-    EXPECT_EQ(b.h.biYPelsPerMeter, 77) << "never read, never written";
-    EXPECT_EQ(b.h.biClrUsed, 0u);
-    EXPECT_EQ(b.h.biClrImportant, 0u);
     EXPECT_EQ(hdr, 40u);
 
     ASSERT_EQ(QzVideo_InitBitmapInfo(&b.h, QzPixelPal4, 3, 2, nullptr, 0, &img), S_OK);
     EXPECT_EQ(img, 8u) << "(4 * 3 + 31) >> 3 = 5, masked to 4, per row";
+
+    // Planar types take their plane sizes and their FourCC.
+    ASSERT_EQ(QzDibInfo(nullptr, &img, &b.h, QzPixelI420, 4, 4, nullptr, 0), S_OK);
+    const BITMAPINFOHEADER yuv{40, 4, 4, 1, 12, QZ_FOURCC('I', '4', '2', '0'), 24, 0, 77, 0, 0};
+    EXPECT_EQ(std::memcmp(&b.h, &yuv, sizeof yuv), 0);
 }
 
 TEST(QzDibInfo, PaletteCountIsOneShortOfTheTable) {
@@ -90,22 +86,11 @@ TEST(QzDibInfo, BitfieldTypesStoreMasksAndTakeFiftyTwoBytes) {
     }
     Block b;
     ASSERT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelRGB565, 4, 2, nullptr, 0), S_OK);
-    EXPECT_EQ(b.behind[0], 0xF800u);
-    EXPECT_EQ(b.behind[1], 0x07E0u);
-    EXPECT_EQ(b.behind[2], 0x001Fu);
+    const uint32_t masks[3] = {0xF800, 0x07E0, 0x001F};
+    EXPECT_EQ(std::memcmp(b.behind, masks, sizeof masks), 0);
     EXPECT_EQ(QzGetPixelType(&b.h), QzPixelRGB565);
     ASSERT_EQ(QzDibInfo(nullptr, nullptr, &b.h, QzPixelRGB10Alt, 4, 2, nullptr, 0), S_OK);
     EXPECT_EQ(QzGetPixelType(&b.h), QzPixelRGB10);
-}
-
-TEST(QzDibInfo, YuvTypesTakeTheirPlaneSizes) {
-    Block b;
-    uint32_t img = 0;
-    ASSERT_EQ(QzDibInfo(nullptr, &img, &b.h, QzPixelI420, 4, 4, nullptr, 0), S_OK);
-    EXPECT_EQ(img, 24u);
-    EXPECT_EQ(b.h.biBitCount, 12);
-    EXPECT_EQ(b.h.biCompression, QZ_FOURCC('I', '4', '2', '0'));
-    EXPECT_EQ(b.h.biClrUsed, 0u);
 }
 
 TEST(QzDibInfo, RefusesBadArguments) {
@@ -123,7 +108,6 @@ TEST(QzDibInfo, RefusesBadArguments) {
 TEST(QzDibAlloc, BitsFollowTheHeaderWhereReadersLookForThem) {
     DibPtr pal = alloc(QzPixelPal8, 3, 2);
     ASSERT_TRUE(pal);
-    EXPECT_EQ(pal->biClrUsed, 255u);
     EXPECT_EQ(QzDibBitsFromHeader(pal.get()) - reinterpret_cast<uint8_t*>(pal.get()), 40 + 4 * 255);
     const auto* entries = reinterpret_cast<const uint32_t*>(pal.get() + 1);
     for (int i = 0; i < 255; ++i) ASSERT_EQ(entries[i], 0u) << "an ungiven palette reads as black";
@@ -173,19 +157,14 @@ TEST(QzYUVImageBytesAndOffsets, UsualLayoutsOfEachFourCC) {
     const Case cases[] = {
         {QzPixelI420, 4, 4, 24, {0, 16, 20}},
         {QzPixelI420, 5, 3, 27, {0, 15, 21}},  // chroma 3 x 2, rounded up
-        {QzPixelYV12, 5, 3, 27, {0, 15, 21}},
         {QzPixelNV12, 4, 2, 12, {0, 8, 0}},
         {QzPixelYV16, 4, 2, 16, {0, 8, 12}},
         {QzPixelY41B, 8, 1, 12, {0, 8, 10}},
         {QzPixelUYVY, 3, 2, 16, {0, 0, 0}},  // pixel pairs: width 4
-        {QzPixelYUYV, 4, 1, 8, {0, 0, 0}},
-        {QzPixelY210, 3, 1, 16, {0, 0, 0}},
-        {QzPixelv210, 48, 2, 256, {0, 0, 0}},
         {QzPixelv210, 49, 1, 256, {0, 0, 0}},  // rows of 128-byte groups
         {QzPixelP010, 4, 2, 24, {0, 16, 0}},
         {QzPixelPL10, 4, 2, 24, {0, 16, 20}},
         {QzPixelP210, 4, 2, 32, {0, 16, 0}},
-        {QzPixelP216, 4, 2, 32, {0, 16, 0}},
         {QzPixelP410, 2, 1, 12, {0, 4, 0}},
         {QzPixelA410, 2, 1, 16, {0, 4, 12}},
     };
@@ -220,7 +199,6 @@ TEST(QzVideoText, FormatNamesAndFourCCs) {
     EXPECT_EQ(text(&hr, format(QZ_COMPRESSION_QZGS)), "Grayscale");
     EXPECT_EQ(text(&hr, format(QZ_FOURCC('N', 'V', '1', '2'))), "NV12");
     EXPECT_EQ(hr, S_OK);
-    EXPECT_EQ(text(&hr, format(QZ_FOURCC('v', '2', '1', '0'))), "v210");
     EXPECT_EQ(text(&hr, format(0x00103141u)), "A1?\?") << "unprintable bytes";
 
     EXPECT_EQ(text(&hr, format(BI_BITFIELDS), 4), "RGB");
@@ -228,29 +206,25 @@ TEST(QzVideoText, FormatNamesAndFourCCs) {
     EXPECT_EQ(text(&hr, format(BI_RGB), 0), "x");
     EXPECT_EQ(hr, E_INVALIDARG);
     EXPECT_EQ(QzVideo_GetFormatText(BI_RGB, nullptr, 8), E_POINTER);
-    EXPECT_EQ(QzFourCCToString(QZ_FOURCC('Y', 'V', '1', '2'), nullptr, 8), E_POINTER);
 
-    BITMAPINFOHEADER h{};
-    h.biWidth = 640;
-    h.biHeight = 480;
-    h.biBitCount = 32;
+    const BITMAPINFOHEADER h{40, 640, 480, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
     EXPECT_EQ(text(&hr, [&h](char* t, int32_t n) { return QzVideo_GetAttribsText(&h, t, n); }), "640x480x32");
     EXPECT_EQ(QzVideo_GetAttribsText(nullptr, nullptr, 0), E_POINTER);
 }
 
 TEST(QzVideoText, IsCompressed) {
-    Block b;
-    b.h.biBitCount = 32;
-    EXPECT_EQ(QzVideo_IsCompressed(&b.h), 0);
-    b.h.biCompression = QZ_COMPRESSION_QZDB;
-    b.h.biBitCount = 128;
-    EXPECT_EQ(QzVideo_IsCompressed(&b.h), 0);
-    b.h.biCompression = QZ_COMPRESSION_QZGS;
-    b.h.biBitCount = 3;
-    EXPECT_NE(QzVideo_IsCompressed(&b.h), 0) << "a raw code with no type";
-    b.h.biCompression = QZ_FOURCC('N', 'V', '1', '2');
-    b.h.biBitCount = 12;
-    EXPECT_NE(QzVideo_IsCompressed(&b.h), 0);
+    struct Case {
+        uint32_t compression;
+        uint16_t bits;
+        bool compressed;
+    };
+    for (const Case& c : {Case{BI_RGB, 32, false}, Case{QZ_COMPRESSION_QZDB, 128, false},
+                          Case{QZ_COMPRESSION_QZGS, 3, true},  // a raw code with no type
+                          Case{QZ_FOURCC('N', 'V', '1', '2'), 12, true}}) {
+        Block b;
+        b.h.biCompression = c.compression, b.h.biBitCount = c.bits;
+        EXPECT_EQ(QzVideo_IsCompressed(&b.h) != 0, c.compressed) << c.bits;
+    }
     EXPECT_NE(QzVideo_IsCompressed(nullptr), 0);
 }
 
@@ -265,10 +239,11 @@ TEST(QzVideoPalette, SwapsRedAndBlueAndClearsTheFourthByte) {
     EXPECT_EQ(std::memcmp(pal.data(), swappedFirst, 8), 0);
 }
 
-// Bytes of memory row y of a DIB.
+// Bytes of memory row y of a DIB, and the first n of them as a list.
 uint8_t* row(BITMAPINFOHEADER* d, int32_t y) { return QzDibBitsFromHeader(d) + y * QzDibNaturalStride(d); }
+std::vector<uint8_t> rowBytes(BITMAPINFOHEADER* d, int32_t y, int n) { return {row(d, y), row(d, y) + n}; }
 
-TEST(QzDibFlip, RowsOfTheRectangleSwapInImageSpace) {
+TEST(QzDibFlip, RowsSwapInImageSpaceAndPixelsMirrorWhole) {
     DibPtr d = alloc(QzPixelRGB32, 2, 3);
     for (int y = 0; y < 3; ++y)
         for (int i = 0; i < 8; ++i) row(d.get(), y)[i] = static_cast<uint8_t>(y * 10 + i);
@@ -283,14 +258,12 @@ TEST(QzDibFlip, RowsOfTheRectangleSwapInImageSpace) {
     ASSERT_EQ(QzDibFlip(d.get(), nullptr, nullptr, 0, 1, 0), S_OK);
     EXPECT_EQ(row(d.get(), 0)[0], 4) << "pixels exchange whole";
     EXPECT_EQ(row(d.get(), 0)[7], 3);
-}
 
-TEST(QzDibFlip, MirrorsTwentyFourAndOneTwentyEightBitPixels) {
+    // 24- and 128-bit pixels exchange whole too.
     DibPtr rgb = alloc(QzPixelRGB24, 3, 1);
     for (int i = 0; i < 9; ++i) row(rgb.get(), 0)[i] = static_cast<uint8_t>(i);
     ASSERT_EQ(QzDibFlip(rgb.get(), nullptr, nullptr, 0, 1, 0), S_OK);
-    const uint8_t expect[9] = {6, 7, 8, 3, 4, 5, 0, 1, 2};
-    EXPECT_EQ(std::memcmp(row(rgb.get(), 0), expect, 9), 0);
+    EXPECT_EQ(rowBytes(rgb.get(), 0, 9), (std::vector<uint8_t>{6, 7, 8, 3, 4, 5, 0, 1, 2}));
 
     DibPtr f = alloc(QzPixelRGBA128, 2, 2);
     auto* px = reinterpret_cast<float*>(QzDibBitsFromHeader(f.get()));
@@ -303,16 +276,11 @@ TEST(QzDibFlip, MirrorsTwentyFourAndOneTwentyEightBitPixels) {
 
 TEST(QzDibFlip, FourBitRowsTradeOnlyTheirOwnNibbles) {
     DibPtr d = alloc(QzPixelPal4, 4, 2);
-    row(d.get(), 0)[0] = 0x12;
-    row(d.get(), 0)[1] = 0x34;
-    row(d.get(), 1)[0] = 0xAB;
-    row(d.get(), 1)[1] = 0xCD;
+    row(d.get(), 0)[0] = 0x12, row(d.get(), 0)[1] = 0x34, row(d.get(), 1)[0] = 0xAB, row(d.get(), 1)[1] = 0xCD;
     RECT r{1, 0, 3, 2};  // pixels 1 and 2: the low nibble of byte 0, the high of byte 1
     ASSERT_EQ(QzDibFlip(d.get(), nullptr, &r, 0, 0, 1), S_OK);
-    EXPECT_EQ(row(d.get(), 0)[0], 0x1B);
-    EXPECT_EQ(row(d.get(), 0)[1], 0xC4);
-    EXPECT_EQ(row(d.get(), 1)[0], 0xA2);
-    EXPECT_EQ(row(d.get(), 1)[1], 0x3D);
+    EXPECT_EQ(rowBytes(d.get(), 0, 2), (std::vector<uint8_t>{0x1B, 0xC4}));
+    EXPECT_EQ(rowBytes(d.get(), 1, 2), (std::vector<uint8_t>{0xA2, 0x3D}));
 }
 
 TEST(QzDibFlip, TypesWithoutAFunctionAreNotImplemented) {

@@ -13,33 +13,25 @@ using Pf = std::array<float, 4>;
 
 RECT one{0, 0, 1, 1};
 
-Px over(Px d, Px s, const double* color = nullptr) {
-    EXPECT_EQ(QzDibOver(d.data(), &one, 4, nullptr, s.data(), &one, 4, nullptr, 4, color), S_OK);
+// One pixel of either kind; its size is its stride.
+template <class P>
+P over(P d, P s, const double* color = nullptr) {
+    const int32_t n = sizeof(P);
+    EXPECT_EQ(QzDibOver(d.data(), &one, n, nullptr, s.data(), &one, n, nullptr, n, color), S_OK);
     return d;
 }
 
-Pf over(Pf d, Pf s, const double* color = nullptr) {
-    EXPECT_EQ(QzDibOver(d.data(), &one, 16, nullptr, s.data(), &one, 16, nullptr, 16, color), S_OK);
+template <class P>
+P under(P d, P s) {
+    const int32_t n = sizeof(P);
+    EXPECT_EQ(QzDibUnder(d.data(), &one, n, nullptr, s.data(), &one, n, nullptr, n), S_OK);
     return d;
 }
 
-Px under(Px d, Px s) {
-    EXPECT_EQ(QzDibUnder(d.data(), &one, 4, nullptr, s.data(), &one, 4, nullptr, 4), S_OK);
-    return d;
-}
-
-Pf under(Pf d, Pf s) {
-    EXPECT_EQ(QzDibUnder(d.data(), &one, 16, nullptr, s.data(), &one, 16, nullptr, 16), S_OK);
-    return d;
-}
-
-TEST(QzDibOver, OpaqueSourceStopsOneShort) {
+TEST(QzDibOver, SourceAlphaMixesAndOpaqueStopsOneShort) {
     // 255 * 255 / 256 = 254, alpha included.
     EXPECT_EQ(over(Px{0, 0, 0, 0}, Px{255, 255, 255, 255}), (Px{254, 254, 254, 254}));
     EXPECT_EQ(over(Px{255, 255, 255, 255}, Px{0, 0, 0, 255}), (Px{1, 1, 1, 255}));
-}
-
-TEST(QzDibOver, AlphaMixesTowardTheSourceAlpha) {
     // sa 128: 100 * 128 / 256 = 50; 100 - 50 = 50; 50 + 75 = 125;
     // 255 + (-127 * 128) / 256 = 255 - 63 (truncated toward zero).
     EXPECT_EQ(over(Px{0, 100, 50, 255}, Px{100, 0, 200, 128}), (Px{50, 50, 125, 192}));
@@ -55,23 +47,19 @@ TEST(QzDibOver, MatteIsTakenOutAndClamped) {
     EXPECT_EQ(over(Px{10, 20, 30, 40}, Px{200, 150, 255, 128}, matte), (Px{77, 96, 142, 40}));
     // -255 clamps to 0, 378 to 255.
     EXPECT_EQ(over(Px{0, 250, 0, 99}, Px{0, 255, 0, 0}, matte), (Px{0, 255, 0, 99}));
-}
 
-TEST(QzDibOver, FloatMatteStaysInTheUnitRange) {
-    const double matte[3] = {0.5, -1.0, 2.0};  // held to 0.5, 0, 1
+    // A float matte is held to the unit range.
+    const double unit[3] = {0.5, -1.0, 2.0};  // held to 0.5, 0, 1
     // 0.25 + 0.75 - 0.5 + 0.25 * 0.5; 0.5 + 0.25 - 0 - 0.5 * 0.5; 0 + 1 - 1 + 1 * 0.5.
-    EXPECT_EQ(over(Pf{0.25f, 0.5f, 0.0f, 0.25f}, Pf{0.75f, 0.25f, 1.0f, 0.5f}, matte),
+    EXPECT_EQ(over(Pf{0.25f, 0.5f, 0.0f, 0.25f}, Pf{0.75f, 0.25f, 1.0f, 0.5f}, unit),
               (Pf{0.625f, 0.5f, 0.5f, 0.25f}));
     // 1.5 clamps to 1, -1 to 0.
-    EXPECT_EQ(over(Pf{1.0f, 0.0f, 0.0f, 0.75f}, Pf{1.0f, 0.0f, 0.0f, 0.0f}, matte), (Pf{1.0f, 0.0f, 0.0f, 0.75f}));
+    EXPECT_EQ(over(Pf{1.0f, 0.0f, 0.0f, 0.75f}, Pf{1.0f, 0.0f, 0.0f, 0.0f}, unit), (Pf{1.0f, 0.0f, 0.0f, 0.75f}));
 }
 
-TEST(QzDibUnder, TransparentDestinationGivesTheSource) {
+TEST(QzDibUnder, DestinationAlphaChoosesBetweenSourceAndDestination) {
     EXPECT_EQ(under(Px{9, 8, 7, 0}, Px{100, 150, 200, 250}), (Px{100, 150, 200, 250}));
     EXPECT_EQ(under(Pf{0.9f, 0.8f, 0.7f, 0.0f}, Pf{0.1f, 0.2f, 0.3f, 0.4f}), (Pf{0.1f, 0.2f, 0.3f, 0.4f}));
-}
-
-TEST(QzDibUnder, DestinationAlphaKeepsTheDestination) {
     // da 255: 254 of the way back to the destination, alpha too.
     EXPECT_EQ(under(Px{255, 0, 0, 255}, Px{0, 255, 0, 0}), (Px{254, 1, 0, 254}));
     // da 128: 100 * 128 / 256 = 50; alpha 64 + (64 * 128) / 256 = 96.

@@ -14,7 +14,15 @@ using Bgra = std::array<uint8_t, 4>;
 using Floats = std::array<float, 4>;
 using Words = std::array<uint16_t, 4>;
 
-Words words(const tQZPIXEL64& p) { return Words{p.b, p.g, p.r, p.a}; }
+// The pixel at (x, y) as QzDibGetPixel answers it, and a QzDibSetPixel.
+Words got(TestDib& d, int32_t x, int32_t y) {
+    tQZPIXEL64 p{};
+    EXPECT_EQ(QzDibGetPixel(d.header(), nullptr, 0, x, y, &p), S_OK);
+    return Words{p.b, p.g, p.r, p.a};
+}
+void set(TestDib& d, int32_t x, int32_t y, tQZPIXEL64 p) {
+    EXPECT_EQ(QzDibSetPixel(d.header(), nullptr, 0, x, y, &p), S_OK);
+}
 
 TEST(QzDibSet, ScalesAndTruncatesWithoutAClamp) {
     TestDib bytes(QzPixelRGB32, 1, 1);
@@ -51,9 +59,8 @@ TEST(QzDibSet, FillsTheClippedTopDownRectangle) {
     EXPECT_EQ(QzDibSet(nullptr, nullptr, nullptr, 0, 0, 0, 0, 0, 3), E_POINTER);
     TestDib yuv(QzPixelNV12, 2, 2);
     EXPECT_EQ(QzDibSet(yuv.header(), nullptr, nullptr, 0, 0, 0, 0, 0, 3), E_NOTIMPL);
-}
 
-TEST(QzDibSet, PaletteImagesTakeTheNearestEntry) {
+    // Palette images take the nearest entry.
     TestDib pal(QzPixelPal4, 3, 1, {{0, 0, 0, 0}, {255, 0, 0, 0}, {0, 0, 255, 0}});
     ASSERT_EQ(QzDibSet(pal.header(), nullptr, nullptr, 0, 0.9f, 0.1f, 0.2f, 1.0f, 3), S_OK);
     EXPECT_EQ(pal.row(0)[0], 0x22);
@@ -71,7 +78,7 @@ TEST(QzDibFillRect, TakesBlueFirstColoursAndTruncatesSubPixelRectangles) {
     EXPECT_EQ(QzDibFillRect(d.header(), nullptr, &r, 0, nullptr, 3), E_POINTER);
 }
 
-TEST(QzDibFadeToColor, StrengthIsARatioAndFullStrengthReachesTheColour) {
+TEST(QzDibFadeToColor, StrengthIsARatioOfWhichFullReachesTheColour) {
     TestDib d(QzPixelRGB32, 1, 1);
     const QZDIBPIXEL colour{1.0f, 0.0f, 0.5f, 0.0f};
     d.put<Bgra>(0, 0, Bgra{0, 100, 200, 255});
@@ -87,6 +94,11 @@ TEST(QzDibFadeToColor, StrengthIsARatioAndFullStrengthReachesTheColour) {
     TestDib f(QzPixelRGBA128, 1, 1);
     ASSERT_EQ(QzDibFadeToColor(f.header(), nullptr, nullptr, 0, &colour, 1, 4, 0), S_OK);
     EXPECT_EQ(f.get<Floats>(0, 0), (Floats{0.25f, 0.0f, 0.125f, 0.0f}));
+
+    TestDib rgb(QzPixelRGB24, 1, 1);
+    EXPECT_EQ(QzDibFadeToColor(rgb.header(), nullptr, nullptr, 0, &colour, 1, 1, 0), E_NOTIMPL);
+    EXPECT_EQ(QzDibFadeToColor(d.header(), nullptr, nullptr, 0, &colour, 1, 0, 0), E_INVALIDARG) << "zero ratio";
+    EXPECT_EQ(QzDibFadeToColor(d.header(), nullptr, nullptr, 0, nullptr, 1, 1, 0), E_POINTER);
 }
 
 TEST(QzDibFadeToColor, PartlyCoveredPixelsTakeTheirShare) {
@@ -107,52 +119,34 @@ TEST(QzDibFadeToColor, PartlyCoveredPixelsTakeTheirShare) {
     EXPECT_EQ(d.get<Bgra>(2, 0)[0], 0);
 }
 
-TEST(QzDibFadeToColor, RejectsOtherTypesAndBadArguments) {
-    TestDib rgb(QzPixelRGB24, 1, 1), d(QzPixelRGBA32, 1, 1);
-    const QZDIBPIXEL c{};
-    EXPECT_EQ(QzDibFadeToColor(rgb.header(), nullptr, nullptr, 0, &c, 1, 1, 0), E_NOTIMPL);
-    EXPECT_EQ(QzDibFadeToColor(d.header(), nullptr, nullptr, 0, &c, 1, 0, 0), E_INVALIDARG);
-    EXPECT_EQ(QzDibFadeToColor(d.header(), nullptr, nullptr, 0, nullptr, 1, 1, 0), E_POINTER);
-}
-
-TEST(QzDibGetPixel, AnswersInWordsWithExactByteWidening) {
+TEST(QzDibGetSetPixel, GoThroughTheWordFormWithExactByteWidening) {
     TestDib d(QzPixelRGB32, 2, 2);
     d.put<Bgra>(1, 0, Bgra{0x12, 0xFF, 0x00, 0x80});
-    tQZPIXEL64 p{};
-    ASSERT_EQ(QzDibGetPixel(d.header(), nullptr, 0, 1, 0, &p), S_OK);
-    EXPECT_EQ(words(p), (Words{0x1212, 0xFFFF, 0, 0x8080}));
+    EXPECT_EQ(got(d, 1, 0), (Words{0x1212, 0xFFFF, 0, 0x8080}));
 
     TestDib f(QzPixelRGBA128, 1, 1);
     f.put<Floats>(0, 0, Floats{0.5f, 2.0f, -1.0f, 1.0f});
-    ASSERT_EQ(QzDibGetPixel(f.header(), nullptr, 0, 0, 0, &p), S_OK);
-    EXPECT_EQ(words(p), (Words{32768, 65535, 0, 65535}));
+    EXPECT_EQ(got(f, 0, 0), (Words{32768, 65535, 0, 65535}));
 
     TestDib pal(QzPixelPal4, 2, 1, {{0, 0, 0, 0}, {10, 20, 30, 0}});
     pal.row(0)[0] = 0x01;
-    ASSERT_EQ(QzDibGetPixel(pal.header(), nullptr, 0, 1, 0, &p), S_OK);
-    EXPECT_EQ(words(p), (Words{10 * 257, 20 * 257, 30 * 257, 65535}));
-}
+    EXPECT_EQ(got(pal, 1, 0), (Words{10 * 257, 20 * 257, 30 * 257, 65535}));
 
-TEST(QzDibSetPixel, WritesEveryTypeThroughTheWordForm) {
-    TestDib d(QzPixelRGB32, 2, 2);
-    const tQZPIXEL64 p{0x1234, 0xFFFF, 0x00FF, 0x8000};
-    ASSERT_EQ(QzDibSetPixel(d.header(), nullptr, 0, 0, 1, &p), S_OK);
+    // Writes go through the word form for every type.
+    set(d, 0, 1, {0x1234, 0xFFFF, 0x00FF, 0x8000});
     EXPECT_EQ(std::memcmp(d.bits(), "\x12\xFF\x00\x80", 4), 0) << "row 1 of 2 is the first in memory";
 
     TestDib rgb555(QzPixelRGB555, 1, 1);
-    const tQZPIXEL64 blue{65535, 0, 0, 65535};
-    ASSERT_EQ(QzDibSetPixel(rgb555.header(), nullptr, 0, 0, 0, &blue), S_OK);
+    set(rgb555, 0, 0, {65535, 0, 0, 65535});  // blue
     EXPECT_EQ(rgb555.get<uint16_t>(0, 0), 0x801F);
 
     TestDib grey(QzPixelGray16, 1, 1);
-    const tQZPIXEL64 red{0, 0, 65535, 65535};
-    ASSERT_EQ(QzDibSetPixel(grey.header(), nullptr, 0, 0, 0, &red), S_OK);
+    set(grey, 0, 0, {0, 0, 65535, 65535});  // red
     EXPECT_EQ(grey.get<uint16_t>(0, 0), 19595) << "BT.601 luma";
 
-    TestDib pal(QzPixelPal8, 1, 1, {{0, 0, 0, 0}, {255, 255, 255, 0}});
-    const tQZPIXEL64 light{60000, 60000, 60000, 65535};
-    ASSERT_EQ(QzDibSetPixel(pal.header(), nullptr, 0, 0, 0, &light), S_OK);
-    EXPECT_EQ(pal.row(0)[0], 1);
+    TestDib pal8(QzPixelPal8, 1, 1, {{0, 0, 0, 0}, {255, 255, 255, 0}});
+    set(pal8, 0, 0, {60000, 60000, 60000, 65535});
+    EXPECT_EQ(pal8.row(0)[0], 1);
 }
 
 TEST(QzDibSetPixel, OutsideTheImageGetAndSetAnswerDifferently) {

@@ -1,46 +1,27 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "QzDib.h"
+#include "qz_test_dib.h"
 
 namespace {
 
-// A descriptor and its bits in one owned buffer.
-struct Dib {
-    std::vector<uint8_t> block;
-    BITMAPINFOHEADER* header() { return reinterpret_cast<BITMAPINFOHEADER*>(block.data()); }
-    uint8_t* bits() { return QzDibBitsFromHeader(header()); }
-    float* floats() { return reinterpret_cast<float*>(bits()); }
-};
+using qztest::TestDib;
+using Bgra = std::array<uint8_t, 4>;
 
-Dib makeDib(QzPixelType type, int32_t w, int32_t h) {
-    Dib d;
-    BITMAPINFOHEADER probe{};
-    uint32_t headerBytes = 0, imageBytes = 0;
-    EXPECT_EQ(QzDibInfo(&headerBytes, &imageBytes, &probe, type, w, h, nullptr, 0), S_OK);
-    d.block.assign(headerBytes + imageBytes, 0);
-    EXPECT_EQ(QzDibInfo(nullptr, nullptr, d.header(), type, w, h, nullptr, 0), S_OK);
-    return d;
-}
-
-// One 8-bit pixel per call, bytes in memory order.
-void setBytes(Dib& d, int pixel, uint8_t b0, uint8_t b1, uint8_t b2, uint8_t b3) {
-    uint8_t* p = d.bits() + pixel * 4;
-    p[0] = b0;
-    p[1] = b1;
-    p[2] = b2;
-    p[3] = b3;
+HRESULT linearize(TestDib& d, TestDib& s, int32_t curve, double gamma = 0.0, const RECT* dr = nullptr,
+                  const RECT* sr = nullptr) {
+    return QzDibLinearize_QZRGBAFLOAT_From_RGBA(d.header(), nullptr, dr, 0, s.header(), nullptr, sr, 0, curve, gamma);
 }
 
 float linearized(int32_t curve, uint8_t byte, double gamma = 0.0) {
-    Dib src = makeDib(QzPixelRGB32, 1, 1), dst = makeDib(QzPixelRGBA128, 1, 1);
-    setBytes(src, 0, byte, byte, byte, byte);
-    EXPECT_EQ(QzDibLinearize_QZRGBAFLOAT_From_RGBA(dst.header(), nullptr, nullptr, 0, src.header(), nullptr, nullptr,
-                                                   0, curve, gamma),
-              S_OK);
+    TestDib src(QzPixelRGB32, 1, 1), dst(QzPixelRGBA128, 1, 1);
+    src.put(0, 0, Bgra{byte, byte, byte, byte});
+    EXPECT_EQ(linearize(dst, src, curve, gamma), S_OK);
     for (int i = 1; i < 4; ++i) EXPECT_EQ(dst.floats()[i], dst.floats()[0]) << "alpha goes through the curve too";
     return dst.floats()[0];
 }
@@ -60,33 +41,26 @@ TEST(QzDibLinearize, DecodesEachCurveThroughItsTable) {
 
 TEST(QzDibLinearize, WalksBottomUpRowsOfTheRectangle) {
     // 2 x 2, RGBA32 source; the image's top row is memory row 1.
-    Dib src = makeDib(QzPixelRGBA32, 2, 2), dst = makeDib(QzPixelRGBA128, 2, 2);
-    for (int i = 0; i < 4; ++i) setBytes(src, i, 255, 255, 255, 255);
-    setBytes(src, 2, 0, 0, 0, 0);  // memory row 1, column 0: image (0, 0)
+    TestDib src(QzPixelRGBA32, 2, 2), dst(QzPixelRGBA128, 2, 2);
+    std::memset(src.bits(), 255, 16);
+    src.put(0, 0, Bgra{});
     for (int i = 0; i < 16; ++i) dst.floats()[i] = -1.0f;
     RECT topLeft{0, 0, 1, 1};
-    ASSERT_EQ(QzDibLinearize_QZRGBAFLOAT_From_RGBA(dst.header(), nullptr, &topLeft, 0, src.header(), nullptr,
-                                                   &topLeft, 0, QzTransferLinear, 0.0),
-              S_OK);
+    ASSERT_EQ(linearize(dst, src, QzTransferLinear, 0.0, &topLeft, &topLeft), S_OK);
     for (int i = 0; i < 16; ++i) EXPECT_EQ(dst.floats()[i], i >= 8 && i < 12 ? 0.0f : -1.0f) << i;
 }
 
 TEST(QzDibLinearize, WrongTypesAndSizesLeaveTheImage) {
-    Dib src = makeDib(QzPixelRGB32, 2, 1), dst = makeDib(QzPixelRGBA128, 2, 1), rgb24 = makeDib(QzPixelRGB24, 2, 1);
-    Dib floats = makeDib(QzPixelRGBA128, 2, 1);
-    const std::vector<uint8_t> before = dst.block;
-    const auto run = [](Dib& d, const RECT* dr, Dib& s, const RECT* sr, int32_t curve = 0) {
-        return QzDibLinearize_QZRGBAFLOAT_From_RGBA(d.header(), nullptr, dr, 0, s.header(), nullptr, sr, 0, curve,
-                                                    0.0);
-    };
-    EXPECT_EQ(run(dst, nullptr, rgb24, nullptr), E_INVALIDARG);
-    EXPECT_EQ(run(dst, nullptr, floats, nullptr), E_INVALIDARG);
-    EXPECT_EQ(run(src, nullptr, src, nullptr), E_INVALIDARG);
+    TestDib src(QzPixelRGB32, 2, 1), dst(QzPixelRGBA128, 2, 1), rgb24(QzPixelRGB24, 2, 1);
+    const std::vector<uint8_t> before = dst.image();
+    EXPECT_EQ(linearize(dst, rgb24, 0), E_INVALIDARG);
+    EXPECT_EQ(linearize(dst, dst, 0), E_INVALIDARG) << "a float source";
+    EXPECT_EQ(linearize(src, src, 0), E_INVALIDARG);
     RECT one{0, 0, 1, 1}, two{0, 0, 2, 1}, outside{5, 0, 6, 1};
-    EXPECT_EQ(run(dst, &one, src, &two), E_INVALIDARG);
-    EXPECT_EQ(run(dst, nullptr, src, nullptr, 6), E_INVALIDARG) << "no such curve";
-    EXPECT_EQ(run(dst, &outside, src, &outside), S_OK);
-    EXPECT_EQ(dst.block, before);
+    EXPECT_EQ(linearize(dst, src, 0, 0.0, &one, &two), E_INVALIDARG);
+    EXPECT_EQ(linearize(dst, src, 6), E_INVALIDARG) << "no such curve";
+    EXPECT_EQ(linearize(dst, src, 0, 0.0, &outside, &outside), S_OK);
+    EXPECT_EQ(dst.image(), before);
     EXPECT_EQ(QzDibLinearize_QZRGBAFLOAT_From_RGBA(nullptr, nullptr, nullptr, 0, src.header(), nullptr, nullptr, 0,
                                                    0, 0.0),
               E_POINTER);
@@ -94,7 +68,7 @@ TEST(QzDibLinearize, WrongTypesAndSizesLeaveTheImage) {
 
 // Encodes one float pixel of four equal channels.
 float encoded(int32_t curve, float c, bool table, double gamma = 0.0) {
-    Dib d = makeDib(QzPixelRGBA128, 1, 1);
+    TestDib d(QzPixelRGBA128, 1, 1);
     for (int i = 0; i < 4; ++i) d.floats()[i] = c;
     EXPECT_EQ(QzDibApplyTransferFunc_QZRGBAFLOAT(d.header(), nullptr, nullptr, 0, curve, gamma, table ? 1 : 0), S_OK);
     for (int i = 1; i < 4; ++i) EXPECT_EQ(d.floats()[i], d.floats()[0]) << "alpha is encoded too";
@@ -126,17 +100,17 @@ TEST(QzDibApplyTransferFunc, TableModeQuantizesTo256Levels) {
 }
 
 TEST(QzDibApplyTransferFunc, WorksOnTheRectangleOnlyAndRefusesOtherTypes) {
-    Dib d = makeDib(QzPixelRGBA128, 2, 2);
+    TestDib d(QzPixelRGBA128, 2, 2);
     for (int i = 0; i < 16; ++i) d.floats()[i] = 0.25f;
     RECT bottomRight{1, 1, 2, 2};  // memory row 0, column 1
     ASSERT_EQ(QzDibApplyTransferFunc_QZRGBAFLOAT(d.header(), nullptr, &bottomRight, 0, QzTransferPower, 0.5, 0), S_OK);
     for (int i = 0; i < 16; ++i) EXPECT_EQ(d.floats()[i], i >= 4 && i < 8 ? 0.0625f : 0.25f) << i;
 
-    Dib bytes = makeDib(QzPixelRGBA32, 2, 2);
+    TestDib bytes(QzPixelRGBA32, 2, 2);
     std::memset(bytes.bits(), 77, 16);
-    const std::vector<uint8_t> before = bytes.block;
+    const std::vector<uint8_t> before = bytes.image();
     EXPECT_EQ(QzDibApplyTransferFunc_QZRGBAFLOAT(bytes.header(), nullptr, nullptr, 0, 0, 0.0, 1), E_INVALIDARG);
-    EXPECT_EQ(bytes.block, before);
+    EXPECT_EQ(bytes.image(), before);
     EXPECT_EQ(QzDibApplyTransferFunc_QZRGBAFLOAT(d.header(), nullptr, nullptr, 0, -1, 0.0, 1), E_INVALIDARG);
     EXPECT_EQ(QzDibApplyTransferFunc_QZRGBAFLOAT(nullptr, nullptr, nullptr, 0, 0, 0.0, 1), E_POINTER);
     RECT outside{2, 0, 3, 1};

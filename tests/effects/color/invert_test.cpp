@@ -25,13 +25,18 @@ int invertByte(int c, int a) {
 // The toolkit's 8-bit mix toward the source at strength byte k.
 int mixByte(int d, int s, int k) { return d + ((s - d) * k) / 256; }
 
-TEST(InvertDescribe, DeclaresItselfAsEveryEffectDoes) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+class InvertTest : public ::testing::Test {
+protected:
+    std::shared_ptr<ofxhost::Host> host = quietHost();
+    std::shared_ptr<ofxhost::Plugin> plugin = loadEffect(host, kInvert);
+};
+using InvertDescribe = InvertTest;
+using InvertRender = InvertTest;
+
+TEST_F(InvertDescribe, DeclaresItselfAsEveryEffectDoes) {
     const auto& props = plugin->describe().props();
-    EXPECT_EQ(props.getString(kOfxPropLabel), "TALVO Invert");
-    EXPECT_EQ(props.getString(kOfxPropShortLabel), "TALVO Invert");
-    EXPECT_EQ(props.getString(kOfxPropLongLabel), "TALVO Invert");
+    for (const char* label : {kOfxPropLabel, kOfxPropShortLabel, kOfxPropLongLabel})
+        EXPECT_EQ(props.getString(label), "TALVO Invert") << label;
     EXPECT_EQ(props.getString(kOfxImageEffectPluginPropGrouping), "TALVO\\Color");
     EXPECT_EQ(props.getStrings(kOfxImageEffectPropSupportedContexts),
               (std::vector<std::string>{kOfxImageEffectContextFilter}));
@@ -47,7 +52,7 @@ TEST(InvertDescribe, DeclaresItselfAsEveryEffectDoes) {
     EXPECT_EQ(props.getString(kOfxImageEffectPropOpenCLSupported), "false");
 }
 
-TEST(InvertDescribe, SaysOpenCLOnlyToAHostThatCompilesPrograms) {
+TEST(InvertOpenCL, SaidOnlyToAHostThatCompilesPrograms) {
     auto host = quietHost();
     static const OfxOpenCLProgramSuiteV1 kSuite{};
     host->addSuite(kOfxOpenCLProgramSuite, 1, &kSuite);
@@ -55,9 +60,7 @@ TEST(InvertDescribe, SaysOpenCLOnlyToAHostThatCompilesPrograms) {
     EXPECT_EQ(plugin->describe().props().getString(kOfxImageEffectPropOpenCLSupported), "true");
 }
 
-TEST(InvertDescribe, FilterContextHasTheClipsBlendAmountAndUpliftGUID) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+TEST_F(InvertDescribe, FilterContextHasTheClipsBlendAmountAndUpliftGUID) {
     auto& desc = plugin->describeInContext("filter");
     ASSERT_EQ(desc.clips().size(), 2u);
     EXPECT_EQ(desc.clips()[0]->name(), "Source");
@@ -93,9 +96,7 @@ TEST(InvertDescribe, FilterContextHasTheClipsBlendAmountAndUpliftGUID) {
 
 // Hand-computed pixels of the byte path, including the unpremultiply clamp
 // and the shift of the re-premultiplication.
-TEST(InvertRender, BytePixelsFollowTheTableAndTheShift) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+TEST_F(InvertRender, BytePixelsFollowTheTableAndTheShift) {
     const std::vector<Rgba> in{{254, 0, 100, 254}, {0, 10, 128, 128}, {30, 60, 90, 255}, {77, 1, 2, 0}};
     for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
         auto inst = filterOn(*plugin, rowImage(in, Depth::Byte, order));
@@ -110,9 +111,7 @@ TEST(InvertRender, BytePixelsFollowTheTableAndTheShift) {
     }
 }
 
-TEST(InvertRender, FloatPixelsUnpremultiplyWithoutClamp) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+TEST_F(InvertRender, FloatPixelsUnpremultiplyWithoutClamp) {
     const std::vector<Rgba> in{{0.5f, 0.25f, 1.5f, 1.0f}, {0.5f, 0.0f, 1.0f, 1e-7f}, {0.25f, 0.5f, 0.6f, 0.5f},
                                {0.3f, 0.3f, 0.3f, -0.5f}};
     for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
@@ -129,9 +128,7 @@ TEST(InvertRender, FloatPixelsUnpremultiplyWithoutClamp) {
 
 // BlendAmount mixes the source back through the toolkit's blend with
 // 1 - BlendAmount: 0 is the source up to the byte mix's last step.
-TEST(InvertRender, BlendAmountMixesTheSourceBackWithTheByteRounding) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+TEST_F(InvertRender, BlendAmountMixesTheSourceBackWithTheByteRounding) {
     const auto source = ofxhost::ImageBuffer::testFrame(17, 9, Depth::Byte, PixelOrder::RGBA, 3);
     auto inst = filterOn(*plugin, source);
     for (const auto& [blend, strength] : {std::pair{"0", 255}, std::pair{"0.5", 128}}) {
@@ -153,9 +150,7 @@ TEST(InvertRender, BlendAmountMixesTheSourceBackWithTheByteRounding) {
     }
 }
 
-TEST(InvertRender, FloatBlendUsesTheSinglePrecisionMix) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+TEST_F(InvertRender, FloatBlendUsesTheSinglePrecisionMix) {
     const std::vector<Rgba> in{{0.1f, 0.7f, 0.3f, 1.0f}};
     auto inst = filterOn(*plugin, rowImage(in, Depth::Float));
     inst->setValueText("BlendAmount", "0.25");
@@ -167,9 +162,7 @@ TEST(InvertRender, FloatBlendUsesTheSinglePrecisionMix) {
     }
 }
 
-TEST(InvertRender, EveryVariantGivesTheSameNumbers) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+TEST_F(InvertRender, EveryVariantGivesTheSameNumbers) {
     const auto source = ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11);
     auto inst = filterOn(*plugin, source);
     inst->setValueText("BlendAmount", "0.7");
@@ -179,9 +172,7 @@ TEST(InvertRender, EveryVariantGivesTheSameNumbers) {
     EXPECT_TRUE(renderVariant(*inst, kAllVariants[3]).samePixels(floatRgba));
 }
 
-TEST(InvertRender, RenderWindowLimitsTheWrite) {
-    auto host = quietHost();
-    auto plugin = loadEffect(host, kInvert);
+TEST_F(InvertRender, RenderWindowLimitsTheWrite) {
     const std::vector<Rgba> in(6, Rgba{10, 20, 30, 255});
     auto inst = filterOn(*plugin, rowImage(in, Depth::Byte));
     ofxhost::RenderOptions options;

@@ -1,14 +1,15 @@
 // A filter with one parameter of every kind, for the frame's parameter tests
-// through the host. Its description fixes known defaults, ranges, labels and
-// script names that the host can read back; its instance runs the probe
-// chosen in "Probe" when rendered or when the "Run" button is pressed, and
-// reports what the frame's parameter classes answered as log messages of
-// the form "key=value" (numbers with full precision, several separated by
-// blanks). An exception that a probe meets is reported as "error=<what>"
-// and leaves the action, so that the host sees the frame's status for it.
+// through the host. Its instance runs the probe chosen in "Probe" when
+// rendered or when "Run" is pressed, and reports the frame's answers as log
+// messages "key=value" (numbers at full precision, separated by blanks). An
+// exception that a probe meets is reported as "error=<what>" and leaves the
+// action, so that the host sees the frame's status for it.
+#include <array>
 #include <cstdio>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "EffectSkeleton.h"
@@ -17,23 +18,11 @@ namespace {
 
 const OFX::EffectDeclaration kParams{"ONDU1 Test Params", "ONDU1 Test", OFX::eContextFilter, 0, nullptr};
 
-// The probes, in the order of the "Probe" options.
-const std::vector<std::string> kProbes = {
-    "None",          // nothing: a plain action
-    "DoubleOfInt",   // an integer fetched as a double
-    "DoubleThenInt", // a double fetched as a double, then as an integer
-    "Unknown",       // a name the host does not know
-    "KeyTimes",      // every key time of "Gain", then one index past the end
-    "Values",        // values of every kind at times, derivative and integral
-    "KeyIndex",      // key searches around the keys of "Gain"
-    "DeleteKeys",    // deletes the key of "Gain" at 0, then all, then a missing one
-    "Kinds",         // the kind of every parameter through getParam
-    "Reads",         // the properties of every kind through the instance classes
-    "SetValues",     // sets every kind, and keys of "Gain" at 10 and 20
-    "SetBadChoice",  // a choice index past the options
-    "Parametric",    // the curves of "Curves"
-    "EditBlock",     // a value set inside an edit block
-};
+// The probes, the options of "Probe". "KeyTimes" ends one index past the
+// last key of "Gain", "Keys" deletes a key at a time without one,
+// "SetBadChoice" sets an index past the options.
+const std::vector<std::string> kProbes = {"None", "DoubleOfInt", "DoubleThenInt", "Unknown", "KeyTimes", "Values",
+                                          "Keys", "Kinds", "Reads", "SetValues", "SetBadChoice", "Parametric"};
 
 std::string num(double value) {
     char text[40];
@@ -41,11 +30,16 @@ std::string num(double value) {
     return text;
 }
 
+template <typename Values>
+std::string list(const Values& values) {
+    std::string text;
+    for (auto v : values) text += (text.empty() ? "" : " ") + num(static_cast<double>(v));
+    return text;
+}
+
 template <typename... T>
 std::string nums(T... values) {
-    std::string text;
-    ((text += (text.empty() ? "" : " ") + num(static_cast<double>(values))), ...);
-    return text;
+    return list(std::initializer_list<double>{static_cast<double>(values)...});
 }
 
 class paramsPlugin : public OFX::ImageEffect {
@@ -61,12 +55,9 @@ public:
     // "Curve" reports what the frame handed over; every other custom
     // parameter gets the frame's default.
     void interpolateCustomParam(const OFX::InterpolateCustomArgs& args, std::string& result) override {
-        if (args.name != "Curve") {
-            OFX::ImageEffect::interpolateCustomParam(args, result);
-            return;
-        }
-        result = args.value1 + ">" + args.value2 + " t=" + num(args.time) + " keys=" + nums(args.keyTime1, args.keyTime2) +
-                 " amount=" + num(args.amount);
+        if (args.name != "Curve") return OFX::ImageEffect::interpolateCustomParam(args, result);
+        result = args.value1 + ">" + args.value2 + " t=" + num(args.time) +
+                 " keys=" + nums(args.keyTime1, args.keyTime2) + " amount=" + num(args.amount);
     }
 
 private:
@@ -75,9 +66,8 @@ private:
     }
 
     void runProbe(double time) {
-        const int chosen = probe->getValueAtTime(time);
         try {
-            runProbe(kProbes.at(static_cast<size_t>(chosen)));
+            runProbe(kProbes.at(static_cast<size_t>(probe->getValueAtTime(time))));
         } catch (const std::exception& e) {
             report("error", e.what());
             throw;
@@ -97,7 +87,7 @@ private:
             keyTimes();
         } else if (name == "Values") {
             values();
-        } else if (name == "KeyIndex") {
+        } else if (name == "Keys") {
             OFX::DoubleParam* gain = fetchDoubleParam("Gain");
             report("index", nums(gain->getKeyIndex(0, OFX::eKeySearchNear), gain->getKeyIndex(5, OFX::eKeySearchNear),
                                  gain->getKeyIndex(5, OFX::eKeySearchBackwards),
@@ -106,8 +96,6 @@ private:
                                  gain->getKeyIndex(0, OFX::eKeySearchBackwards),
                                  gain->getKeyIndex(10, OFX::eKeySearchNear),
                                  gain->getKeyIndex(-1, OFX::eKeySearchForward)));
-        } else if (name == "DeleteKeys") {
-            OFX::DoubleParam* gain = fetchDoubleParam("Gain");
             gain->deleteKeyAtTime(0);
             report("afterOne", nums(gain->getNumKeys(), gain->getKeyTime(0)));
             gain->deleteAllKeys();
@@ -124,20 +112,16 @@ private:
             fetchChoiceParam("Mode")->setValue(3);
         } else if (name == "Parametric") {
             parametric();
-        } else if (name == "EditBlock") {
-            beginEditBlock("probe edit");
-            fetchIntParam("Count")->setValue(4);
-            endEditBlock();
         }
     }
 
     void keyTimes() {
         OFX::DoubleParam* gain = fetchDoubleParam("Gain");
         const int count = gain->getNumKeys();
-        std::string times;
-        for (int i = 0; i < count; ++i) times += (i ? " " : "") + num(gain->getKeyTime(i));
+        std::vector<double> times;
+        for (int i = 0; i < count; ++i) times.push_back(gain->getKeyTime(i));
         report("keys", num(count));
-        report("times", times);
+        report("times", list(times));
         try {
             gain->getKeyTime(-1);
             report("negative", "none");
@@ -186,8 +170,7 @@ private:
     void kinds() {
         for (const char* name : {"Probe", "Count", "Offset", "Cells", "Gain", "Center", "Position", "Tint", "Fill",
                                  "Enabled", "Mode", "Title", "Curve", "Memo", "Advanced", "Detail", "Run", "Controls"}) {
-            OFX::Param* param = getParam(name);
-            report(std::string("kind.") + name, nums(param->getType(), getParamType(name)));
+            report(std::string("kind.") + name, nums(getParam(name)->getType(), getParamType(name)));
         }
         if (paramExists("Curves")) report("kind.Curves", num(getParam("Curves")->getType()));
         report("sameObject", num(getParam("Gain") == fetchDoubleParam("Gain")));
@@ -196,84 +179,59 @@ private:
         report("parent.Count", fetchIntParam("Count")->getParent() ? "some" : "none");
     }
 
+    // A numeric parameter's default, range and display range as its class
+    // reads them, minima before maxima.
+    template <typename T, size_t N, class Param>
+    void reportNumbers(const std::string& name, Param* param) {
+        std::array<T, 5 * N> v{};
+        [&]<size_t... I>(std::index_sequence<I...>) {
+            if constexpr (N == 1) v[0] = param->getDefault();
+            else param->getDefault(v[I]...);
+            param->getRange(v[N + I]..., v[2 * N + I]...);
+            param->getDisplayRange(v[3 * N + I]..., v[4 * N + I]...);
+        }(std::make_index_sequence<N>{});
+        report(name, list(v));
+    }
+
     void reads() {
         OFX::IntParam* count = fetchIntParam("Count");
-        int i0 = 0, i1 = 0, i2 = 0, i3 = 0, i4 = 0, i5 = 0;
         std::string label, shortLabel, longLabel;
         count->getLabels(label, shortLabel, longLabel);
-        report("Count.labels", label + "|" + shortLabel + "|" + longLabel);
-        report("Count.script", count->getScriptName());
-        report("Count.hint", count->getHint());
-        report("Count.default", num(count->getDefault()));
-        count->getRange(i0, i1);
-        count->getDisplayRange(i2, i3);
-        report("Count.ranges", nums(i0, i1, i2, i3));
+        report("Count.texts", label + "|" + shortLabel + "|" + longLabel + "|" + count->getScriptName() + "|" +
+                                  count->getHint());
         report("Count.flags", nums(count->getIsSecret(), count->getIsEnable(), count->getCanAnimate(),
                                    count->getIsPersistant(), count->getEvaluateOnChange(),
                                    count->getCacheInvalidation()));
-
-        OFX::Int2DParam* offset = fetchInt2DParam("Offset");
-        offset->getDefault(i0, i1);
-        report("Offset.default", nums(i0, i1));
-        offset->getRange(i0, i1, i2, i3);
-        report("Offset.range", nums(i0, i1, i2, i3));
-        offset->getDisplayRange(i0, i1, i2, i3);
-        report("Offset.display", nums(i0, i1, i2, i3));
-
-        OFX::Int3DParam* cells = fetchInt3DParam("Cells");
-        cells->getDefault(i0, i1, i2);
-        report("Cells.default", nums(i0, i1, i2));
-        cells->getRange(i0, i1, i2, i3, i4, i5);
-        report("Cells.range", nums(i0, i1, i2, i3, i4, i5));
-        cells->getDisplayRange(i0, i1, i2, i3, i4, i5);
-        report("Cells.display", nums(i0, i1, i2, i3, i4, i5));
+        reportNumbers<int, 1>("Count", count);
+        reportNumbers<int, 2>("Offset", fetchInt2DParam("Offset"));
+        reportNumbers<int, 3>("Cells", fetchInt3DParam("Cells"));
+        reportNumbers<double, 1>("Gain", fetchDoubleParam("Gain"));
+        reportNumbers<double, 2>("Center", fetchDouble2DParam("Center"));
+        reportNumbers<double, 3>("Position", fetchDouble3DParam("Position"));
 
         OFX::DoubleParam* gain = fetchDoubleParam("Gain");
-        double d0 = 0, d1 = 0, d2 = 0, d3 = 0, d4 = 0, d5 = 0;
-        report("Gain.default", num(gain->getDefault()));
-        gain->getRange(d0, d1);
-        gain->getDisplayRange(d2, d3);
-        report("Gain.ranges", nums(d0, d1, d2, d3));
-        report("Gain.steps", nums(gain->getIncrement(), gain->getDigits(), gain->getDoubleType()));
-        report("Gain.invalidation", num(gain->getCacheInvalidation()));
-
-        OFX::Double2DParam* center = fetchDouble2DParam("Center");
-        center->getDefault(d0, d1);
-        report("Center.default", nums(d0, d1));
-        center->getRange(d0, d1, d2, d3);
-        report("Center.range", nums(d0, d1, d2, d3));
-        center->getDisplayRange(d0, d1, d2, d3);
-        report("Center.display", nums(d0, d1, d2, d3));
-        report("Center.type", num(center->getDoubleType()));
-
-        OFX::Double3DParam* position = fetchDouble3DParam("Position");
-        position->getDefault(d0, d1, d2);
-        report("Position.default", nums(d0, d1, d2));
-        position->getRange(d0, d1, d2, d3, d4, d5);
-        report("Position.range", nums(d0, d1, d2, d3, d4, d5));
-        position->getDisplayRange(d0, d1, d2, d3, d4, d5);
-        report("Position.display", nums(d0, d1, d2, d3, d4, d5));
-        report("Position.type", num(position->getDoubleType()));
-
-        fetchRGBParam("Tint")->getDefault(d0, d1, d2);
-        report("Tint.default", nums(d0, d1, d2));
-        fetchRGBAParam("Fill")->getDefault(d0, d1, d2, d3);
-        report("Fill.default", nums(d0, d1, d2, d3));
-        report("Enabled.default", num(fetchBooleanParam("Enabled")->getDefault()));
-
+        report("Gain.steps", nums(gain->getIncrement(), gain->getDigits(), gain->getDoubleType(),
+                                  gain->getCacheInvalidation()));
+        report("doubleTypes", nums(fetchDouble2DParam("Center")->getDoubleType(),
+                                   fetchDouble3DParam("Position")->getDoubleType()));
+        double r = 0, g = 0, b = 0, a = 0;
+        fetchRGBParam("Tint")->getDefault(r, g, b);
+        report("Tint", nums(r, g, b));
+        fetchRGBAParam("Fill")->getDefault(r, g, b, a);
+        report("Fill", nums(r, g, b, a));
+        report("Enabled", num(fetchBooleanParam("Enabled")->getDefault()));
         OFX::ChoiceParam* mode = fetchChoiceParam("Mode");
-        report("Mode.default", num(mode->getDefault()));
+        report("Mode", num(mode->getDefault()));
         std::string options;
         for (int i = 0; i < mode->getOptionCount(); ++i) options += (i ? "|" : "") + mode->getOption(i);
         report("Mode.options", options);
-
-        report("Title.default", fetchStringParam("Title")->getDefault());
-        report("Curve.default", fetchCustomParam("Curve")->getDefault());
-        report("Advanced.open", num(fetchGroupParam("Advanced")->getIsOpen()));
-        report("Detail.secret", num(fetchDoubleParam("Detail")->getIsSecret()));
+        report("texts", fetchStringParam("Title")->getDefault() + "|" + fetchCustomParam("Curve")->getDefault());
+        report("openSecret",
+               nums(fetchGroupParam("Advanced")->getIsOpen(), fetchDoubleParam("Detail")->getIsSecret()));
     }
 
     void setValues() {
+        beginEditBlock("probe edit");
         fetchIntParam("Count")->setValue(7);
         fetchInt2DParam("Offset")->setValue(3, -4);
         fetchInt3DParam("Cells")->setValue(4, 5, 6);
@@ -294,6 +252,7 @@ private:
         fetchDoubleParam("Detail")->setIsSecret(false);
         fetchDoubleParam("Detail")->setEnabled(false);
         fetchDoubleParam("Detail")->setLabels("D", "d", "Detail long");
+        endEditBlock();
     }
 
     void parametric() {
@@ -319,7 +278,6 @@ private:
 void describeParams(OFX::ImageEffectDescriptor& desc) {
     OFX::ChoiceParamDescriptor* probe = desc.defineChoiceParam("Probe");
     for (const std::string& name : kProbes) probe->appendOption(name);
-    probe->setDefault(0);
     probe->setAnimates(false);
 
     OFX::IntParamDescriptor* count = desc.defineIntParam("Count");
@@ -332,8 +290,6 @@ void describeParams(OFX::ImageEffectDescriptor& desc) {
     count->setCacheInvalidation(OFX::eCacheInvalidateValueAll);
 
     OFX::Int2DParamDescriptor* offset = desc.defineInt2DParam("Offset");
-    offset->setLabels("Offset", "Offset", "Offset");
-    offset->setScriptName("offset");
     offset->setDefault(1, 2);
     offset->setRange(-5, -6, 5, 6);
     offset->setDisplayRange(-3, -4, 3, 4);
@@ -346,15 +302,12 @@ void describeParams(OFX::ImageEffectDescriptor& desc) {
     cells->setDimensionLabels("i", "j", "k");
 
     OFX::DoubleParamDescriptor* gain = desc.defineDoubleParam("Gain");
-    gain->setLabels("Gain", "Gain", "Gain of the signal");
-    gain->setScriptName("gain");
     gain->setDefault(0.5);
     gain->setRange(0.0, 2.0);
     gain->setDisplayRange(0.0, 1.0);
     gain->setIncrement(0.05);
     gain->setDigits(3);
     gain->setDoubleType(OFX::eDoubleTypeLog);
-    gain->setAnimates(true);
     gain->setCacheInvalidation(OFX::eCacheInvalidateValueChangeToEnd);
 
     OFX::Double2DParamDescriptor* center = desc.defineDouble2DParam("Center");
@@ -391,23 +344,16 @@ void describeParams(OFX::ImageEffectDescriptor& desc) {
     OFX::CustomParamDescriptor* curve = desc.defineCustomParam("Curve");
     curve->setDefault("c0");
     curve->setCustomInterpolation(true);
-    OFX::CustomParamDescriptor* memo = desc.defineCustomParam("Memo");
-    memo->setDefault("m0");
-    memo->setCustomInterpolation(true);
-    OFX::CustomParamDescriptor* stepped = desc.defineCustomParam("Stepped");
-    stepped->setDefault("s0");
-    stepped->setCustomInterpolation(false);
+    desc.defineCustomParam("Memo")->setCustomInterpolation(true);
+    desc.defineCustomParam("Stepped")->setCustomInterpolation(false);
 
     OFX::GroupParamDescriptor* advanced = desc.defineGroupParam("Advanced");
-    advanced->setLabels("Advanced", "Adv", "Advanced settings");
     advanced->setOpen(false);
     OFX::DoubleParamDescriptor* detail = desc.defineDoubleParam("Detail");
     detail->setParent(*advanced);
-    detail->setDefault(0.125);
     detail->setIsSecret(true);
 
     OFX::PushButtonParamDescriptor* run = desc.definePushButtonParam("Run");
-    run->setLabels("Run", "Run", "Run the probe");
 
     // A host without the parametric suite cannot take control points.
     const OFX::ImageEffectHostDescription* host = OFX::getImageEffectHostDescription();
@@ -425,6 +371,8 @@ void describeParams(OFX::ImageEffectDescriptor& desc) {
         curves->addControlPoint(2, 0.0, 0.5, 0.5, false);
     }
 
+    // Made by hand, with skip entries, rather than by finishEffectDescription,
+    // which lists every parameter.
     OFX::PageParamDescriptor* page = desc.definePageParam(OFX::kControlsPage);
     page->addChild(*count);
     page->addChild(OFX::PageParamDescriptor::skipRow());
@@ -441,8 +389,6 @@ public:
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kParams); }
     void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
         OFX::defineEffectClips(desc, context);
-        // The page is made by hand, with skip entries, rather than by
-        // finishEffectDescription, which lists every parameter.
         describeParams(desc);
     }
     OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {

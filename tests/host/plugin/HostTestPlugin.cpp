@@ -133,17 +133,6 @@ void describeTintParams(OfxParamSetHandle set)
     const double white[4] = {1, 1, 1, 1};
     gProp->propSetDoubleN(p, kOfxParamPropDefault, 4, white);
 
-    p = defineParam(set, kOfxParamTypeRGB, "Colour3", "Colour");
-    p = defineParam(set, kOfxParamTypeDouble2D, "Size", "Size");
-    const double size[2] = {0.5, 0.25};
-    gProp->propSetDoubleN(p, kOfxParamPropDefault, 2, size);
-    defineParam(set, kOfxParamTypeDouble3D, "Point3", "Point");
-    p = defineParam(set, kOfxParamTypeInteger2D, "Cells", "Cells");
-    const int cells[2] = {4, 3};
-    gProp->propSetIntN(p, kOfxParamPropDefault, 2, cells);
-    defineParam(set, kOfxParamTypeInteger3D, "Box", "Box");
-    defineParam(set, kOfxParamTypeBoolean, "Invert", "Invert");
-
     p = defineParam(set, kOfxParamTypeChoice, "Mode", "Mode");
     gProp->propSetString(p, kOfxParamPropChoiceOption, 0, "Copy");
     gProp->propSetString(p, kOfxParamPropChoiceOption, 1, "Gain");
@@ -157,11 +146,9 @@ void describeTintParams(OfxParamSetHandle set)
     p = defineParam(set, kOfxParamTypeCustom, "Curve", "Curve");
     gProp->propSetString(p, kOfxParamPropDefault, 0, "0");
     gProp->propSetPointer(p, kOfxParamPropCustomInterpCallbackV1, 0, reinterpret_cast<void*>(&interpolateCurve));
-    // A vendor property on a parameter descriptor.
-    gProp->propSetInt(p, "OndU1TestParamFlag", 0, 1);
 
     defineParam(set, kOfxParamTypeImage, "Picture", "Picture");
-    p = defineParam(set, kOfxParamTypeGroup, "Advanced", "Advanced");
+    defineParam(set, kOfxParamTypeGroup, "Advanced", "Advanced");
     p = defineParam(set, kOfxParamTypeInteger, "Threads", "Threads");
     gProp->propSetString(p, kOfxParamPropParent, 0, "Advanced");
     gProp->propSetInt(p, kOfxParamPropSecret, 0, 1);
@@ -216,26 +203,22 @@ struct Image {
         if (handle)
             gEffect->clipReleaseImage(handle);
     }
-    // Channel c (0 red ... 3 alpha) of pixel (x, y), normalised; 0 outside.
+    // Index of channel c (0 red ... 3 alpha) of pixel (x, y) within its row.
+    int at(int x, int c) const { return (x - bounds.x1) * 4 + ((bgra && c < 3) ? 2 - c : c); }
+    unsigned char* row(int y) const { return data + std::ptrdiff_t(y - bounds.y1) * rowBytes; }
+    // Normalised value; 0 outside the bounds.
     float get(int x, int y, int c) const
     {
         if (x < bounds.x1 || x >= bounds.x2 || y < bounds.y1 || y >= bounds.y2)
             return 0.0f;
-        const int k = (bgra && c < 3) ? 2 - c : c;
-        unsigned char* row = data + std::ptrdiff_t(y - bounds.y1) * rowBytes;
-        if (isFloat)
-            return reinterpret_cast<float*>(row)[(x - bounds.x1) * 4 + k];
-        return row[(x - bounds.x1) * 4 + k] / 255.0f;
+        return isFloat ? reinterpret_cast<float*>(row(y))[at(x, c)] : row(y)[at(x, c)] / 255.0f;
     }
     void set(int x, int y, int c, float v)
     {
-        const int k = (bgra && c < 3) ? 2 - c : c;
-        unsigned char* row = data + std::ptrdiff_t(y - bounds.y1) * rowBytes;
         if (isFloat)
-            reinterpret_cast<float*>(row)[(x - bounds.x1) * 4 + k] = v;
+            reinterpret_cast<float*>(row(y))[at(x, c)] = v;
         else
-            row[(x - bounds.x1) * 4 + k] =
-                static_cast<unsigned char>(v <= 0 ? 0 : v >= 1 ? 255 : std::lround(v * 255.0f));
+            row(y)[at(x, c)] = static_cast<unsigned char>(v <= 0 ? 0 : v >= 1 ? 255 : std::lround(v * 255.0f));
     }
 };
 
@@ -371,7 +354,7 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
     const std::string a = action ? action : "";
     if (a == kOfxActionLoad)
         return load();
-    if (a == kOfxActionUnload)
+    if (a == kOfxActionUnload || a == kOfxActionCreateInstance || a == kOfxActionDestroyInstance)
         return kOfxStatOK;
     if (a == kOfxActionDescribe) {
         if (K == Kind::Tint) {
@@ -409,8 +392,6 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
         }
         return kOfxStatOK;
     }
-    if (a == kOfxActionCreateInstance || a == kOfxActionDestroyInstance)
-        return kOfxStatOK;
     if (a == kOfxImageEffectActionIsIdentity && K == Kind::Tint) {
         double time = 0;
         gProp->propGetDouble(in, kOfxPropTime, 0, &time);
@@ -429,13 +410,8 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
             gMessage->message(e, kOfxMessageMessage, "reset", "reset pressed");
         return kOfxStatReplyDefault;
     }
-    if (a == kOfxImageEffectActionRender) {
-        if (K == Kind::Tint)
-            return renderTint(e, in);
-        if (K == Kind::Ramp)
-            return renderRamp(e, in);
-        return renderMix(e, in);
-    }
+    if (a == kOfxImageEffectActionRender)
+        return K == Kind::Tint ? renderTint(e, in) : K == Kind::Ramp ? renderRamp(e, in) : renderMix(e, in);
     return kOfxStatReplyDefault;
 }
 

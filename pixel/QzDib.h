@@ -45,6 +45,12 @@ typedef struct tagRECT {
     int32_t bottom;
 } RECT;
 
+// An image size in pixels, or in 1/16384 pixel where a function says so.
+typedef struct tagSIZE {
+    int32_t cx;
+    int32_t cy;
+} SIZE;
+
 #define S_OK ((HRESULT)0)
 #define S_FALSE ((HRESULT)1)
 #define E_NOTIMPL ((HRESULT)0x80004001)
@@ -174,3 +180,5 @@ enum { QzChannelBlue = 0, QzChannelGreen = 1, QzChannelRed = 2, QzChannelAlpha =
 #include "QzDibConvert.h"
 #include "QzColor.h"
 #include "QzDibFilter.h"
+#include "QzDibScale.h"
+#include "QzDibComposite.h"

@@ -81,10 +81,21 @@ typedef void (*QzXchgBlendFn)(const QzXCHG* exchange, void* pixel, const void* s
 // gives E_NOTIMPL.
 #define QZXCHG_BLEND_OPERATIONS 20
 #define QZXCHG_NO_BLEND (-1)
+// pixel += (src - pixel) * level * weight / 65536: laying a source down at
+// the block's level, weight being the pixel's coverage. The level is held
+// inverted, as the share of the pixel that stays: level16 = ~trunc(level *
+// 65535), level8 = ~trunc(level * 255) (low bits), levelFloat = 1 - level.
+// Full level at full weight gives src exactly.
+#define QZXCHG_BLEND_AT_LEVEL 1
 // pixel += (src - pixel) * weight / 65536 per channel, truncating toward
 // zero: the feathering copy's mix of the read-back destination toward the
 // source.
 #define QZXCHG_BLEND_TOWARD_SOURCE 3
+// Operations 4 to 17 are the composite modes 0 to 13 of QzDibComposite.h,
+// mode m at QZXCHG_BLEND_COMPOSITE_FIRST + m: the pixel moves toward the
+// mode's result of src over it by weight / 65536, the source's strength or
+// coverage (65536 and above: the result itself).
+#define QZXCHG_BLEND_COMPOSITE_FIRST 4
 
 struct QzXCHG {
     uint32_t flags;  // after the quality-mode rewrite

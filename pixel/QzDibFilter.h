@@ -53,6 +53,16 @@ QZ_EXPORT HRESULT QzDib3x3Convolution(void* dst, const RECT* dstBounds, int32_t 
                                       const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
                                       int32_t bytesPerPixel, const int32_t* kernel, int32_t divisor);
 
+// The soft alpha of a drop shadow. The source's alpha is shrunk by
+// `reduction` (0 to 1; each side to max(2, trunc(size * (1 - reduction))))
+// by nearest samples, then stretched back over the rectangle by two-way
+// interpolation with the converting copy's truncating weights. The
+// rectangle becomes black carrying that alpha. Without scratch memory the
+// call returns S_OK and leaves dst as it was.
+QZ_EXPORT HRESULT QzDibChannelBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
+                                   const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
+                                   int32_t bytesPerPixel, double reduction);
+
 #ifdef __cplusplus
 }
 #endif

@@ -261,6 +261,35 @@ TEST(QzXchgBlend, TowardSourceTruncatesTowardZero) {
     EXPECT_FLOAT_EQ(f.g, 0.75f);
 }
 
+TEST(QzXchgBlend, AtLevelReachesTheSourceAtFullLevelAndWeight) {
+    auto bytes = exchange(28, 28, 3, 0, 0, QZXCHG_BLEND_AT_LEVEL);
+    bytes->level8 = ~static_cast<uint32_t>(1.0f * 255.0f);
+    tQZPIXEL32 d{0, 200, 10, 0};
+    const tQZPIXEL32 s{255, 0, 10, 255};
+    bytes->blend(bytes.get(), &d, &s, 65536);
+    EXPECT_EQ(d, s);
+    // Half level at half weight: put 127 widens to 127, w = 127 * 32768 >> 16 = 63.
+    bytes->level8 = ~static_cast<uint32_t>(0.5f * 255.0f);
+    d = {0, 200, 10, 0};
+    bytes->blend(bytes.get(), &d, &s, 32768);
+    EXPECT_EQ(d, (tQZPIXEL32{62, 151, 10, 62}));
+
+    auto words = exchange(28, 28, 0x13, 0, 0, QZXCHG_BLEND_AT_LEVEL);
+    words->level16 = ~static_cast<uint32_t>(1.0f * 65535.0f);
+    tQZPIXEL64 w{0, 0, 0, 0};
+    const tQZPIXEL64 top{65535, 65535, 65535, 65535};
+    words->blend(words.get(), &w, &top, 65536);
+    EXPECT_EQ(w.b, 65535u);
+
+    auto floats = exchange(32, 32, 0, 0, 0, QZXCHG_BLEND_AT_LEVEL);
+    floats->levelFloat = 0.5f;
+    tQZPIXEL128 f{0.0f, 1.0f, 0.0f, 0.0f};
+    const tQZPIXEL128 one{1.0f, 0.0f, 1.0f, 1.0f};
+    floats->blend(floats.get(), &f, &one, 32768);
+    EXPECT_FLOAT_EQ(f.b, 0.25f);
+    EXPECT_FLOAT_EQ(f.g, 0.75f);
+}
+
 TEST(QzColorQuantizer, PicksTheNearestPaletteEntry) {
     qztest::TestDib pal(QzPixelPal8, 1, 1, {{0, 0, 0, 0}, {0, 0, 255, 0}, {0, 255, 0, 0}, {255, 255, 255, 0}});
     QzColorQuantizer* q = nullptr;

@@ -107,16 +107,20 @@ TEST(QzDibCopy, BadParametersWriteNothing) {
     TestDib src(QzPixelRGB32, 2, 2), dst(QzPixelRGB32, 2, 2), yuv(QzPixelNV12, 2, 2);
     src.put<Bgra>(0, 0, Bgra{9, 9, 9, 9});
     const RECT negative{-1, 0, 1, 1}, empty{1, 1, 1, 2}, fine{0, 0, 1, 1};
-    EXPECT_EQ(copy(dst, src, 3, &negative, &fine), QZ_E_BADCOPYPARAMS);
-    EXPECT_EQ(copy(dst, src, 3, &fine, &negative), QZ_E_BADCOPYPARAMS);
-    EXPECT_EQ(copy(dst, src, 3, &empty, &fine), QZ_E_BADCOPYPARAMS);
+    // Below mode 3 every copy builds the block, which refuses these; from
+    // mode 3 rectangles of different sizes go to the scaler, which clips.
+    EXPECT_EQ(copy(dst, src, 2, &negative, &fine), QZ_E_BADCOPYPARAMS);
+    EXPECT_EQ(copy(dst, src, 2, &fine, &negative), QZ_E_BADCOPYPARAMS);
+    EXPECT_EQ(copy(dst, src, 2, &empty, &fine), QZ_E_BADCOPYPARAMS);
+    EXPECT_EQ(copy(dst, src, 3, &empty, &fine), S_OK);
     EXPECT_EQ(copy(dst, yuv, 3), QZ_E_BADCOPYPARAMS);
     EXPECT_EQ(QzDibCopy(nullptr, nullptr, nullptr, 0, src.header(), nullptr, nullptr, 0, 3, 0, 0), E_POINTER);
     EXPECT_EQ(QzDibCopy(dst.header(), nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0, 3, 0, 0), E_POINTER);
-    // Fractional sub-pixel rectangles need the sub-pixel scalers.
+    // The whole source onto the left half of pixel 0: its mean 9 / 4 at
+    // half coverage over the 0 there, 1.125, rounds to 1.
     const RECT half{0, 0, 8192, 16384};
-    EXPECT_EQ(copy(dst, src, 3 | QZCOPY_SUBPIXEL, &half, nullptr), E_NOTIMPL);
-    EXPECT_EQ(channel(dst, 0), (std::vector<uint8_t>{0, 0, 0, 0}));
+    EXPECT_EQ(copy(dst, src, 3 | QZCOPY_SUBPIXEL, &half, nullptr), S_OK);
+    EXPECT_EQ(channel(dst, 0), (std::vector<uint8_t>{1, 0, 0, 0}));
     // Whole sub-pixel rectangles are plain ones; a rectangle off the image
     // clips to nothing, which is success.
     const RECT one{0, 0, 16384, 16384};
@@ -130,8 +134,9 @@ TEST(QzDibCopy, ScalingInterpolatesFromMode3AndStepsToTheNearestBelow) {
     TestDib src(QzPixelRGB32, 2, 1), dst(QzPixelRGB32, 3, 1);
     src.put<Bgra>(0, 0, Bgra{10, 0, 0, 255});
     src.put<Bgra>(1, 0, Bgra{21, 100, 255, 255});
-    // Step ((2 << 14) - 16384) / 2 = 8192: the middle pixel is the
-    // truncated mean, the ends are the source's ends.
+    // Mode 3 goes to the bi-linear scaler: the centres map to source 0
+    // and 1 (clamped) at the ends and to 0 + 8191 / 16384 in the middle,
+    // mixed with rounding: 10 + 11 * 0.49994 gives 15, 255 * 0.49994 127.
     ASSERT_EQ(copy(dst, src, 3), S_OK);
     EXPECT_EQ(dst.get<Bgra>(1, 0), (Bgra{15, 50, 127, 255}));
     EXPECT_EQ(channel(dst, 0), (std::vector<uint8_t>{10, 15, 21}));
@@ -146,17 +151,18 @@ TEST(QzDibCopy, ScalingTwoWaysAndTheLastRowAndColumn) {
     src.put<Bgra>(0, 1, Bgra{200, 0, 0, 0});
     src.put<Bgra>(1, 1, Bgra{255, 0, 0, 0});
     ASSERT_EQ(copy(dst, src, 3), S_OK);
-    // Centre: (0 + 100 + 200 + 255) * 4096 >> 14. Last column: vertical only,
-    // (100 + 255) / 2; last row: horizontal only, (200 + 255) / 2.
-    EXPECT_EQ(channel(dst, 0), (std::vector<uint8_t>{0, 50, 100, 100, 138, 177, 200, 227, 255}));
+    // The bi-linear scaler samples at 0, 8191 / 16384 and 1 (clamped) on
+    // both axes and rounds: the centre is (0 + 100 + 200 + 255) / 4 less a
+    // little, 139; the last column and row mix only along the other axis.
+    EXPECT_EQ(channel(dst, 0), (std::vector<uint8_t>{0, 50, 100, 100, 139, 177, 200, 227, 255}));
 
-    // Three to four: step 32768 / 3 = 10922 leaves the last column at
-    // source 1 + 16382 / 16384, which it reads as pixel 1, never looking right.
+    // Three to four: step 12288 puts the centres at source -0.125, 0.625,
+    // 1.375 and 2.125; the ends clamp to pixels 0 and 2, never looking past.
     TestDib three(QzPixelRGB32, 3, 1), four(QzPixelRGB32, 4, 1);
     three.put<Bgra>(1, 0, Bgra{100, 0, 0, 0});
     three.put<Bgra>(2, 0, Bgra{200, 0, 0, 0});
     ASSERT_EQ(copy(four, three, 3), S_OK);
-    EXPECT_EQ(channel(four, 0), (std::vector<uint8_t>{0, 66, 133, 100}));
+    EXPECT_EQ(channel(four, 0), (std::vector<uint8_t>{0, 63, 138, 200}));
 }
 
 TEST(QzDibCopy, OnePixelDestinationsAndSourcesDoNotDivideOrOverrun) {
@@ -164,11 +170,12 @@ TEST(QzDibCopy, OnePixelDestinationsAndSourcesDoNotDivideOrOverrun) {
     for (int32_t x = 0; x < 4; ++x) wide.put<Bgra>(x, 0, Bgra{static_cast<uint8_t>(10 * (x + 1)), 0, 0, 0});
     for (uint32_t mode : {1u, 3u}) {
         ASSERT_EQ(copy(dot, wide, mode), S_OK) << mode;
-        EXPECT_EQ(dot.get<Bgra>(0, 0)[0], 10) << mode;
+        // Mode 3 takes the area mean of all twelve pixels, 100 / 12.
+        EXPECT_EQ(dot.get<Bgra>(0, 0)[0], mode == 3 ? 8 : 10) << mode;
     }
     TestDib row(QzPixelRGB32, 3, 2);
     ASSERT_EQ(copy(row, dot, 3), S_OK);
-    EXPECT_EQ(channel(row, 0), (std::vector<uint8_t>{10, 10, 10, 10, 10, 10}));
+    EXPECT_EQ(channel(row, 0), (std::vector<uint8_t>{8, 8, 8, 8, 8, 8}));
 }
 
 TEST(QzDibCopy, PaletteSidesReadAndQuantizeThroughTheirPalettes) {

@@ -1,5 +1,8 @@
 #include "EffectSkeleton.h"
 
+#include <cstring>
+#include <stdexcept>
+
 namespace OFX {
 
 void describeEffect(ImageEffectDescriptor& desc, const EffectDeclaration& decl) {
@@ -72,6 +75,45 @@ DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc) {
     param->setAnimates(true);
     param->setDoubleType(eDoubleTypeScale);
     return param;
+}
+
+namespace {
+
+bool readOneDouble(const KeyframeUpliftArguments& args, int index, double& value) {
+    const void* data = args.getKeyData(index);
+    if (!data || args.getKeyDataLength(index) != static_cast<int>(sizeof(double))) return false;
+    std::memcpy(&value, data, sizeof value);
+    return true;
+}
+
+}  // namespace
+
+void upliftOneDouble(const KeyframeUpliftArguments& args, DoubleParam& param) {
+    const int count = args.getKeyCount();
+    double first = 0.0;
+    if (count < 1 || !readOneDouble(args, 0, first)) return;
+    const double firstTime = args.getKeyTime(0);
+    bool animated = false;
+    for (int i = 1; i < count && !animated; ++i) {
+        double value = 0.0;
+        if (readOneDouble(args, i, value)) animated = value != first || args.getKeyTime(i) != firstTime;
+    }
+    if (!animated && firstTime == 0.0) {
+        param.setValue(first);
+        return;
+    }
+    for (int i = 0; i < count; ++i) {
+        double value = 0.0;
+        if (!readOneDouble(args, i, value)) continue;
+        const double time = args.getKeyTime(i);
+        param.setValueAtTime(time, value);
+        // An unknown name is logged where it is mapped; the key keeps the
+        // host's default interpolation and the other keys still arrive.
+        try {
+            param.setKeyframeInterpolation(time, mapKeyframeInterpolationStringToEnum(args.getKeyInterpolation(i)));
+        } catch (const std::invalid_argument&) {
+        }
+    }
 }
 
 }  // namespace OFX

@@ -40,6 +40,12 @@ void finishEffectDescription(ImageEffectDescriptor& desc, const EffectDeclaratio
 // The mix of an effect's result with its source: 1 is the full effect.
 DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc);
 
+// Takes over the keys of an older form that held one double per key (an
+// 8-byte record): a single key at time 0, or keys that all agree, become a
+// plain value; otherwise every key is set at its time with its
+// interpolation. Keys of another length are passed over.
+void upliftOneDouble(const KeyframeUpliftArguments& args, DoubleParam& param);
+
 // Chooses the CPU processor instance for the output clip and runs it through
 // the plug-in's setupAndProcess. Components other than RGBA and depths other
 // than byte and float write nothing. The template arguments follow the

@@ -122,6 +122,10 @@ public:
         return true;
     }
 
+    void keyframeUplift(const OFX::KeyframeUpliftArguments& args) override {
+        OFX::upliftOneDouble(args, *blendAmount);
+    }
+
     void setupAndProcess(invertProcessorBase& processor, const OFX::RenderArguments& args) {
         std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
         std::unique_ptr<OFX::Image> src(srcClip->fetchImage(args.time));

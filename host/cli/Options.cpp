@@ -41,7 +41,7 @@ double parseNumber(const std::string& option, const std::string& text)
 const std::map<std::string, std::set<std::string>>& optionsByCommand()
 {
     static const std::set<std::string> render = {
-        "--context", "-i", "-o", "--set", "--depth", "--order", "--size", "--frames", "--time",
+        "--context", "-i", "-o", "--set", "--press", "--uplift", "--depth", "--order", "--size", "--frames", "--time",
         "--render-scale", "--quality", "--row-padding", "--negative-row-bytes"};
     static const std::map<std::string, std::set<std::string>> table = {
         {"list", {"--json"}},
@@ -136,7 +136,7 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
         throw Error(positional[needsPlugin ? 2 : 1], "unexpected argument");
 
     std::set<std::string> seen;
-    static const std::set<std::string> repeatable = {"-i", "--set", "--bundle"};
+    static const std::set<std::string> repeatable = {"-i", "--set", "--press", "--bundle"};
     for (const auto& [name, value] : given) {
         if (!kGlobal.count(name) && !cmd->second.count(name))
             throw Error(name, "does not apply to " + o.command);
@@ -154,6 +154,10 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
             o.output = value;
         else if (name == "--set")
             o.sets.push_back(value);
+        else if (name == "--press")
+            o.presses.push_back(value);
+        else if (name == "--uplift")
+            o.uplift = value;
         else if (name == "--depth") {
             if (value == "byte" || value == "8")
                 o.depth = ofxhost::Depth::Byte;
@@ -229,7 +233,8 @@ usage:
   ofxrender list [--json]
   ofxrender describe PLUGIN [--context C] [--json]
   ofxrender render PLUGIN [--context C] -i [CLIP=]FILE ... -o FILE
-                   [--set NAME=VALUE[@TIME]] ... [--depth byte|float] [--order rgba|bgra]
+                   [--set NAME=VALUE[@TIME]] ... [--press NAME] ... [--uplift KEYS.json]
+                   [--depth byte|float] [--order rgba|bgra]
                    [--size WxH] [--frames A-B[xS] | --time T] [--render-scale S]
                    [--quality draft|preview|good|best]
   ofxrender bench PLUGIN [render options] [--size WxH] [--repeat N] [--json]
@@ -258,6 +263,12 @@ render options:
   --set NAME=VALUE     a parameter by name or script name: a number, a comma list for
                        2D/3D/colour, true/false, a choice index or label, text, or
                        @path for text from a file. NAME=VALUE@TIME sets a keyframe.
+  --press NAME         press a push button after the settings, at the first frame's
+                       time (an analysis that writes parameters, for instance)
+  --uplift KEYS.json   hand the effect keys saved by its older form before the
+                       settings: {"keys": [{"time": T, "interpolation": NAME,
+                       "doubles": [V, ...]} or "hex": "BYTES" instead of doubles],
+                       "state": {"hex": "BYTES"}}; interpolation defaults to linear
   --depth byte|float   pixel depth of the render. Default: byte for 8-bit inputs
                        (PNG, JPEG), float for EXR and 16-bit or float TIFF; without
                        inputs, float for an .exr output and byte otherwise

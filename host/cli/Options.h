@@ -26,6 +26,8 @@ struct CliOptions {
     std::vector<std::string> inputs;  // "[CLIP=]FILE"
     std::string output;
     std::vector<std::string> sets;  // "NAME=VALUE[@TIME]"
+    std::vector<std::string> presses;
+    std::string uplift;
     std::optional<ofxhost::Depth> depth;
     ofxhost::PixelOrder order = ofxhost::PixelOrder::RGBA;
     std::optional<std::pair<int, int>> size;

@@ -27,6 +27,8 @@ ofxhost::RenderJob jobFromOptions(const CliOptions& o)
     }
     for (const auto& s : o.sets)
         job.settings.push_back(ofxhost::parseSetting(s));
+    job.presses = o.presses;
+    job.upliftFile = o.uplift;
     job.output = o.output;
     job.options.order = o.order;
     job.options.layout = o.layout;

@@ -105,6 +105,7 @@ Host::Host(HostConfig config)
     addSuite(kOfxProgressSuite, 1, suites::progressV1());
     addSuite(kOfxProgressSuite, 2, suites::progressV2());
     addSuite(kOfxTimeLineSuite, 1, suites::timeLine());
+    addSuite(kOfxTalvoKeyframeSuite, 1, suites::keyframe());
 
     LiveHosts& l = liveHosts();
     std::lock_guard lock(l.mutex);

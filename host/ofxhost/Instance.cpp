@@ -9,6 +9,7 @@
 #include "ofxhost/ParamText.h"
 #include "ofxhost/Plugin.h"
 #include "ofxhost/Status.h"
+#include "ofxhost/Uplift.h"
 
 namespace ofxhost {
 
@@ -203,6 +204,38 @@ void Instance::notifyChanged(const std::string& name, double time)
     if (statusPasses(s))
         s = end;
     throwIfFailed(s, pluginRef_->id(), "changing \"" + name + "\": instance changed action");
+}
+
+void Instance::press(std::string_view name, double time)
+{
+    Param& p = param(name);
+    if (std::string_view(p.type().ofxName) != kOfxParamTypePushButton)
+        throw Error("--press " + std::string(name), "is not a push button of " + pluginRef_->id());
+    notifyChanged(p.name(), time);
+}
+
+void Instance::uplift(const UpliftData& data)
+{
+    const int n = static_cast<int>(data.keys.size());
+    PropertySet in;
+    std::vector<void*> records;
+    std::vector<int> lengths;
+    std::vector<double> times;
+    std::vector<std::string> interpolations;
+    for (const UpliftKey& k : data.keys) {
+        records.push_back(const_cast<unsigned char*>(k.record.data()));
+        lengths.push_back(static_cast<int>(k.record.size()));
+        times.push_back(k.time);
+        interpolations.push_back(k.interpolation);
+    }
+    in.definePointer(kOfxPropTalvoUpliftKeyframeData, records, true);
+    in.defineInt(kOfxPropTalvoUpliftKeyframeDataLength, lengths, true);
+    in.defineDouble(kOfxPropTalvoUpliftKeyframeTime, times, true);
+    in.defineString(kOfxPropTalvoUpliftKeyframeInterpolation, interpolations, true);
+    in.definePointer(kOfxPropTalvoUpliftData, {const_cast<unsigned char*>(data.state.data())});
+    in.defineInt(kOfxPropTalvoUpliftDataLength, {static_cast<int>(data.state.size())});
+    const OfxStatus s = callWithRender(kOfxImageEffectActionTalvoKeyframeUplift, nullptr, in.handle(), nullptr);
+    throwIfFailed(s, pluginRef_->id(), "the keyframe uplift of " + std::to_string(n) + " keys");
 }
 
 void Instance::setValue(std::string_view name, const ParamValue& v, std::optional<double> time)

@@ -80,6 +80,12 @@ public:
     // instance-changed actions (reason user edited) as an editing host does;
     // with a time they set a keyframe there.
     Param& param(std::string_view nameOrScriptName) const;
+    // Presses a push button as a user's click does: the instance-changed
+    // calls for it at the time. Throws Error for another kind of parameter.
+    void press(std::string_view name, double time);
+    // Hands the effect the keys of its older form (the keyframe-uplift
+    // action); throws Error when the action fails.
+    void uplift(const struct UpliftData& data);
     void setValue(std::string_view name, const ParamValue& v, std::optional<double> time = {});
     void setValueText(std::string_view name, const std::string& text, std::optional<double> time = {});
     ParamValue value(std::string_view name, double time) const;

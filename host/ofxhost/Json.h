@@ -1,8 +1,10 @@
-// A small JSON value and its writer, for the command line's --json output.
+// A small JSON value, its writer for the command line's --json output and
+// its reader for the small files the command line takes.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -36,6 +38,21 @@ public:
 
     // Indented with two spaces, or on one line when indent is false.
     std::string dump(bool indent = true) const;
+
+    // Reads one JSON text (RFC 8259, nesting up to 64 deep). Throws Error
+    // naming `what` and the byte offset of the first fault.
+    static Json parse(const std::string& text, const std::string& what);
+
+    bool isNumber() const { return std::holds_alternative<double>(v_); }
+    bool isString() const { return std::holds_alternative<std::string>(v_); }
+    bool isArray() const { return std::holds_alternative<Array>(v_); }
+    bool isObject() const { return std::holds_alternative<Object>(v_); }
+    // The value as that kind; null, or empty, for another kind.
+    const double* number() const { return std::get_if<double>(&v_); }
+    const std::string* string() const { return std::get_if<std::string>(&v_); }
+    const Array& items() const;
+    // An object's member, or null.
+    const Json* find(std::string_view key) const;
 
 private:
     void write(std::string& out, bool indent, int depth) const;

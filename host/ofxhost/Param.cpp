@@ -389,6 +389,25 @@ std::vector<double> Param::keyTimes() const
     return out;
 }
 
+OfxStatus Param::setKeyInterpolation(double time, int interpolation)
+{
+    std::lock_guard lock(mutex_);
+    if (!keys_.count(time))
+        return kOfxStatErrBadIndex;
+    keyInterpolations_[time] = interpolation;
+    return kOfxStatOK;
+}
+
+OfxStatus Param::keyInterpolation(double time, int& interpolation) const
+{
+    std::lock_guard lock(mutex_);
+    if (!keys_.count(time))
+        return kOfxStatErrBadIndex;
+    const auto it = keyInterpolations_.find(time);
+    interpolation = it == keyInterpolations_.end() ? 0 : it->second;
+    return kOfxStatOK;
+}
+
 OfxStatus Param::deleteKey(double time)
 {
     bool last = false;
@@ -403,6 +422,7 @@ OfxStatus Param::deleteKey(double time)
             last = true;
         }
         keys_.erase(it);
+        keyInterpolations_.erase(time);
     }
     if (last)
         props_.setInt(kOfxParamPropIsAnimating, 0);
@@ -416,6 +436,7 @@ void Param::deleteAllKeys()
         if (!keys_.empty())
             value_ = interpolate(owner_.currentTime());
         keys_.clear();
+        keyInterpolations_.clear();
     }
     if (props_.has(kOfxParamPropIsAnimating))
         props_.setInt(kOfxParamPropIsAnimating, 0);
@@ -439,6 +460,7 @@ OfxStatus Param::copyFrom(const Param& from, double offset, const OfxRangeD* ran
     std::lock_guard lock(mutex_);
     value_ = value;
     keys_ = std::move(keys);
+    keyInterpolations_.clear();
     return kOfxStatOK;
 }
 

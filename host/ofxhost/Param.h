@@ -78,6 +78,12 @@ public:
     OfxStatus integral(double t1, double t2, ParamValue& out) const;
 
     std::vector<double> keyTimes() const;
+    // The host's interpolation name of a key, as an index of the keyframe
+    // suite's enumeration (0 unknown, 1 linear, ...). It is kept with the
+    // key for the host's editor; values here interpolate as said above.
+    // kOfxStatErrBadIndex where there is no key at the time.
+    OfxStatus setKeyInterpolation(double time, int interpolation);
+    OfxStatus keyInterpolation(double time, int& interpolation) const;
     OfxStatus deleteKey(double time);
     void deleteAllKeys();
     // Copies values and keys of another parameter of the same type; keys are
@@ -107,6 +113,7 @@ private:
     mutable std::mutex mutex_;
     ParamValue value_;
     std::map<double, ParamValue> keys_;
+    std::map<double, int> keyInterpolations_;  // only keys given one
     std::vector<Curve> curves_;
 };
 

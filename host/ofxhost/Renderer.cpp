@@ -11,6 +11,7 @@
 #include "ofxhost/Plugin.h"
 #include "ofxhost/Sequence.h"
 #include "ofxhost/Status.h"
+#include "ofxhost/Uplift.h"
 
 namespace ofxhost {
 
@@ -167,6 +168,8 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
     instance->setFrameRange(*lo, *hi);
     instance->setTime(job.times.front());
 
+    if (!job.upliftFile.empty())
+        instance->uplift(readUpliftFile(job.upliftFile));
     bool transitionSet = false;
     for (const auto& s : job.settings) {
         instance->setValueText(s.name, s.text, s.time);
@@ -186,6 +189,8 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
             instance->setValue(kOfxImageEffectTransitionParamName, v);
         }
     }
+    for (const auto& name : job.presses)
+        instance->press(name, job.times.front());
     return instance;
 }
 

@@ -37,7 +37,11 @@ struct RenderInput {
 struct RenderJob {
     std::string context;  // "" chooses from the inputs (see chooseContext)
     std::vector<RenderInput> inputs;
+    // Keys of the effect's older form, handed over before the settings.
+    std::string upliftFile;
     std::vector<ParamSetting> settings;
+    // Push buttons pressed after the settings, at the first frame's time.
+    std::vector<std::string> presses;
     std::string output;  // may hold frame patterns; "" keeps frames in memory
     RenderOptions options;
     bool depthGiven = false;  // else the depth follows the first input file, or the output's format

@@ -11,6 +11,7 @@
 #include "ofxParametricParam.h"
 #include "ofxProgress.h"
 #include "ofxProperty.h"
+#include "ofxTalvo.h"
 #include "ofxTimeLine.h"
 
 namespace ofxhost::suites {
@@ -26,5 +27,6 @@ const OfxMessageSuiteV2* messageV2();
 const OfxProgressSuiteV1* progressV1();
 const OfxProgressSuiteV2* progressV2();
 const OfxTimeLineSuiteV1* timeLine();
+const OfxTalvoKeyframeSuiteV1* keyframe();
 
 }  // namespace ofxhost::suites

@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "ofxhost/Describe.h"
+
 namespace ondu1test {
 
 std::string variantName(const Variant& v) {
@@ -58,6 +60,44 @@ ofxhost::ImageBuffer rowImage(const std::vector<Rgba>& pixels, ofxhost::Depth de
         }
     }
     return image;
+}
+
+namespace {
+
+// Splits interleaved per-dimension limits into the {min, max} pairs of a row.
+std::vector<double> limits(const std::vector<double>& lo, const std::vector<double>& hi) {
+    std::vector<double> out;
+    for (size_t i = 0; i < lo.size() && i < hi.size(); ++i) {
+        out.push_back(lo[i]);
+        out.push_back(hi[i]);
+    }
+    return out;
+}
+
+}  // namespace
+
+void expectParamTable(ofxhost::Plugin& plugin, const std::string& context, const std::vector<ParamRow>& rows) {
+    const ofxhost::PluginInfo info = ofxhost::describePlugin(plugin, context);
+    std::vector<const ofxhost::ParamInfo*> params;
+    for (const auto& p : info.params)
+        if (p.type != "OfxParamTypePage") params.push_back(&p);
+    ASSERT_EQ(params.size(), rows.size()) << info.id;
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const ParamRow& want = rows[i];
+        const ofxhost::ParamInfo& got = *params[i];
+        SCOPED_TRACE(info.id + " parameter " + want.name);
+        EXPECT_EQ(got.name, want.name);
+        EXPECT_EQ(got.label, want.label);
+        EXPECT_EQ(got.scriptName, want.scriptName);
+        EXPECT_EQ(got.type, "OfxParamType" + want.type);
+        EXPECT_EQ(got.defaultValue.dump(false), want.defaultValue);
+        EXPECT_EQ(limits(got.min, got.max), want.range);
+        EXPECT_EQ(limits(got.displayMin, got.displayMax), want.display);
+        if (want.increment) EXPECT_EQ(got.increment, want.increment);
+        EXPECT_EQ(got.parent, want.parent);
+        EXPECT_EQ(got.options, want.options);
+        EXPECT_EQ(got.animates, want.animates);
+    }
 }
 
 }  // namespace ondu1test

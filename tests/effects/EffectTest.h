@@ -5,6 +5,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,5 +50,22 @@ Rgba pixelAt(const ofxhost::ImageBuffer& image, int x, int y);
 // An image of one row holding the given pixels, in colour order.
 ofxhost::ImageBuffer rowImage(const std::vector<Rgba>& pixels, ofxhost::Depth depth,
                               ofxhost::PixelOrder order = ofxhost::PixelOrder::RGBA);
+
+// One row of an effect's parameter table, as `ofxrender describe` shows it.
+struct ParamRow {
+    std::string name, label, scriptName;
+    std::string type;          // without the prefix: "Double", "Group", "PushButton", ...
+    std::string defaultValue;  // one-line JSON: "1", "[0.5,0.5,0]", "true", "null"
+    std::vector<double> range;    // {min, max}, per dimension; empty where the type has none
+    std::vector<double> display;  // {displayMin, displayMax}, likewise
+    std::optional<double> increment;
+    std::string parent;
+    std::vector<std::string> options;
+    bool animates = true;
+};
+
+// Describes the effect in the context and checks every non-page parameter
+// against the rows, in order, and that there are no others.
+void expectParamTable(ofxhost::Plugin& plugin, const std::string& context, const std::vector<ParamRow>& rows);
 
 }  // namespace ondu1test

@@ -173,6 +173,8 @@ TEST_F(CliFiles, EveryErrorIsOneLineAndLeavesNoFile)
         {{"render", "tint", "-i", in, "-o", dir.file("no/dir/out.exr")}, dir.file("no/dir/out.exr")},
         {{"render", "tint", "--context", "transition", "-i", in, "-o", out}, "ondu1.test:tint"},
         {{"render", "tint", "-o", out}, "clip \"Source\""},
+        {{"render", "tint", "-i", in, "-o", out, "--press", "Gain"}, "--press Gain"},
+        {{"render", "tint", "-i", in, "-o", out, "--uplift", dir.file("keys.json")}, dir.file("keys.json")},
         // The failure comes at the second frame: the first must not stay either.
         {{"render", "tint", "-i", in, "--frames", "1-2", "-o", dir.file("seq.#.exr"), "--set", "Mode=Gain", "--set",
           "Gain=1@1", "--set", "Gain=3.9@2"},

@@ -185,7 +185,23 @@ TEST_F(ParamTest, KeyIndexesAndDeletion)
     EXPECT_EQ(index, 2);
     EXPECT_EQ(suite->paramGetKeyIndex(h, 6.0, 1, &index), kOfxStatFailed);
     EXPECT_EQ(suite->paramGetKeyIndex(h, 2.0, -1, &index), kOfxStatFailed);
+    // The keyframe extension keeps an interpolation name with each key.
+    const OfxTalvoKeyframeSuiteV1* keyframe = suites::keyframe();
+    int interpolation = -1;
+    EXPECT_EQ(keyframe->paramGetKeyframeInterpolation(h, 4.0, &interpolation), kOfxStatOK);
+    EXPECT_EQ(interpolation, kOfxTalvoInterpolationUnknown);
+    EXPECT_EQ(keyframe->paramSetKeyframeInterpolation(h, 4.0, kOfxTalvoInterpolationHold), kOfxStatOK);
+    EXPECT_EQ(keyframe->paramGetKeyframeInterpolation(h, 4.0, &interpolation), kOfxStatOK);
+    EXPECT_EQ(interpolation, kOfxTalvoInterpolationHold);
+    EXPECT_EQ(keyframe->paramSetKeyframeInterpolation(h, 4.5, kOfxTalvoInterpolationHold), kOfxStatErrBadIndex);
+    EXPECT_EQ(keyframe->paramSetKeyframeInterpolation(h, 4.0, 9), kOfxStatErrValue);
+    EXPECT_EQ(keyframe->paramSetKeyframeInterpolation(nullptr, 4.0, 1), kOfxStatErrBadHandle);
+    EXPECT_EQ(keyframe->paramGetKeyframeInterpolation(h, 4.0, nullptr), kOfxStatErrValue);
     EXPECT_EQ(suite->paramDeleteKey(h, 3.0), kOfxStatErrBadIndex);
+    EXPECT_EQ(suite->paramDeleteKey(h, 4.0), kOfxStatOK);
+    d.setValueAtTime(4.0, num(4.0));
+    EXPECT_EQ(keyframe->paramGetKeyframeInterpolation(h, 4.0, &interpolation), kOfxStatOK);
+    EXPECT_EQ(interpolation, kOfxTalvoInterpolationUnknown) << "a new key starts afresh";
     EXPECT_EQ(suite->paramDeleteKey(h, 4.0), kOfxStatOK);
     EXPECT_EQ(d.valueAt(4.0).n[0], 4.0);  // now between 2 and 6
     EXPECT_EQ(suite->paramDeleteAllKeys(h), kOfxStatOK);

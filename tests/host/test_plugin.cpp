@@ -126,8 +126,9 @@ TEST(Plugin, SuitesOfferedAndWithheld)
     const auto offered = host->suites();
     EXPECT_EQ(std::count(offered.begin(), offered.end(), std::pair<std::string, int>{kOfxParameterSuite, 1}), 0);
     EXPECT_EQ(std::count(offered.begin(), offered.end(), std::pair<std::string, int>{kOfxMultiThreadSuite, 1}), 1);
+    EXPECT_NE(host->fetchSuite(kOfxTalvoKeyframeSuite, 1), nullptr);
     for (const char* absent : {kOfxOpenCLProgramSuite, kOfxOpenGLRenderSuite, kOfxTalvoStereoscopicImageEffectSuite,
-                               kOfxTalvoKeyframeSuite, kOfxTalvoEffectSuite, kOfxTalvoProgressSuite})
+                               kOfxTalvoEffectSuite, kOfxTalvoProgressSuite})
         EXPECT_EQ(host->fetchSuite(absent, 1), nullptr) << absent;
     const OfxHost* raw = host->ofxHost();
     EXPECT_EQ(raw->fetchSuite(nullptr, kOfxPropertySuite, 1), nullptr);

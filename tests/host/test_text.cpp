@@ -1,7 +1,8 @@
 // Text forms of the command line: frame ranges, file patterns, --set,
-// parameter values, sizes, and the JSON writer.
+// parameter values, sizes, JSON and the uplift keys.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 
 #include "TestSupport.h"
@@ -11,6 +12,7 @@
 #include "ofxhost/Renderer.h"
 #include "ofxhost/Sequence.h"
 #include "ofxhost/Status.h"
+#include "ofxhost/Uplift.h"
 #include "ofxTalvo.h"
 
 using namespace ofxhost;
@@ -121,6 +123,50 @@ TEST(Json, WritesValidCompactAndIndentedText)
               R"({"s":"a\"b\\c\n\u0001","n":0.1,"i":3,"b":false,"z":null,"l":[1,2.5],"e":[]})");
     EXPECT_EQ(Json(1.0 / 0.0).dump(false), "null");
     EXPECT_EQ(Json::strings({"x"}).dump(true), "[\n  \"x\"\n]\n");
+}
+
+TEST(Json, ReadsWhatItWritesAndNamesTheFault)
+{
+    const std::string text = R"({"s":"a\"b\u00e9\ud83d\ude00","n":-1.5e2,"l":[true,null,{}],"e":[]})";
+    const Json j = Json::parse(text, "in.json");
+    EXPECT_EQ(*j.find("s")->string(), "a\"b\u00e9\U0001F600");
+    EXPECT_EQ(*j.find("n")->number(), -150.0);
+    EXPECT_EQ(j.find("l")->items().size(), 3u);
+    EXPECT_EQ(j.find("missing"), nullptr);
+    EXPECT_EQ(Json::parse(j.dump(true), "again").dump(false), j.dump(false));
+    for (const char* bad : {"", "{", "[1,]", "{\"a\" 1}", "01", "1.", "\"\\x\"", "\"\\ud800\"", "nul", "[1] 2",
+                            "\"tab\there\"", "1e999"}) {
+        try {
+            Json::parse(bad, "in.json");
+            ADD_FAILURE() << "accepted " << bad;
+        } catch (const Error& e) {
+            EXPECT_EQ(e.what_part(), "in.json");
+            EXPECT_EQ(e.why().rfind("not valid JSON at byte ", 0), 0u) << e.why();
+        }
+    }
+    EXPECT_THROW(Json::parse(std::string(100, '[') + std::string(100, ']'), "deep"), Error);
+}
+
+TEST(Uplift, KeysAsDoublesOrHexBytes)
+{
+    const UpliftData d = parseUplift(
+        R"({"keys":[{"time":0,"doubles":[0.5]},{"time":10,"interpolation":"OfxTalvoKeyframeInterpolationHold",)"
+        R"("hex":"000000000000F03f"}],"state":{"hex":"0a0B"}})",
+        "keys.json");
+    ASSERT_EQ(d.keys.size(), 2u);
+    EXPECT_EQ(d.keys[0].interpolation, "OfxTalvoKeyframeInterpolationLinear");
+    double v = 0;
+    ASSERT_EQ(d.keys[0].record.size(), sizeof v);
+    std::memcpy(&v, d.keys[0].record.data(), sizeof v);
+    EXPECT_EQ(v, 0.5);
+    std::memcpy(&v, d.keys[1].record.data(), sizeof v);
+    EXPECT_EQ(v, 1.0);
+    EXPECT_EQ(d.keys[1].interpolation, "OfxTalvoKeyframeInterpolationHold");
+    EXPECT_EQ(d.state, (std::vector<unsigned char>{10, 11}));
+    for (const char* bad : {R"({})", R"({"keys":[{"doubles":[1]}]})", R"({"keys":[{"time":0,"hex":"abc"}]})",
+                            R"({"keys":[{"time":0,"hex":"zz"}]})", R"({"keys":[{"time":0,"doubles":["x"]}]})",
+                            R"({"keys":[{"time":0,"doubles":[1],"hex":""}]})"})
+        EXPECT_THROW(parseUplift(bad, "keys.json"), Error) << bad;
 }
 
 TEST(CommandLine, ParsesRenderOptions)

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 
 #include "EffectTest.h"
 #include "ofxImageEffect.h"
 #include "ofxTalvo.h"
+#include "ofxhost/Uplift.h"
 
 using namespace ondu1test;
 using ofxhost::Depth;
@@ -73,20 +75,10 @@ TEST_F(InvertDescribe, FilterContextHasTheClipsBlendAmountAndUpliftGUID) {
     EXPECT_EQ(desc.props().getStrings(kOfxImageEffectPropTalvoUpliftGUID),
               (std::vector<std::string>{"{C3062BE7-E69D-11D1-9AA9-00A0C99B12C5}"}));
 
-    const ofxhost::Param* blend = desc.params().find("BlendAmount");
-    ASSERT_NE(blend, nullptr);
-    const auto& p = blend->props();
-    EXPECT_STREQ(blend->type().ofxName, kOfxParamTypeDouble);
-    EXPECT_EQ(p.getString(kOfxPropLabel), "Blend amount");
-    EXPECT_EQ(p.getString(kOfxParamPropScriptName), "blendamount");
-    EXPECT_EQ(p.getDouble(kOfxParamPropDefault), 1.0);
-    EXPECT_EQ(p.getDoubles(kOfxParamPropMin), (std::vector<double>{0.0}));
-    EXPECT_EQ(p.getDoubles(kOfxParamPropMax), (std::vector<double>{1.0}));
-    EXPECT_EQ(p.getDoubles(kOfxParamPropDisplayMin), (std::vector<double>{0.0}));
-    EXPECT_EQ(p.getDoubles(kOfxParamPropDisplayMax), (std::vector<double>{1.0}));
-    EXPECT_EQ(p.getDouble(kOfxParamPropIncrement), 0.1);
+    expectParamTable(*plugin, "filter",
+                     {{"BlendAmount", "Blend amount", "blendamount", "Double", "1", {0, 1}, {0, 1}, 0.1}});
+    const auto& p = desc.params().find("BlendAmount")->props();
     EXPECT_EQ(p.getInt(kOfxParamPropDigits), 3);
-    EXPECT_EQ(p.getInt(kOfxParamPropAnimates), 1);
     EXPECT_EQ(p.getString(kOfxParamPropDoubleType), kOfxParamDoubleTypeScale);
 
     const ofxhost::Param* page = desc.params().find("Controls");
@@ -170,6 +162,44 @@ TEST_F(InvertRender, EveryVariantGivesTheSameNumbers) {
     const auto floatRgba = renderVariant(*inst, kAllVariants[2]);
     EXPECT_TRUE(renderVariant(*inst, kAllVariants[1]).samePixels(byteRgba));
     EXPECT_TRUE(renderVariant(*inst, kAllVariants[3]).samePixels(floatRgba));
+}
+
+// The keys of the older Invert, one double each, through the host's
+// keyframe-uplift action.
+TEST_F(InvertTest, UpliftTakesOverOneDoublePerKey) {
+    const auto key = [](double time, double value, const char* interpolation) {
+        ofxhost::UpliftKey k;
+        k.time = time;
+        k.interpolation = interpolation;
+        k.record.resize(sizeof value);
+        std::memcpy(k.record.data(), &value, sizeof value);
+        return k;
+    };
+    const auto source = rowImage({{1, 2, 3, 255}}, Depth::Byte);
+    auto still = filterOn(*plugin, source);
+    still->uplift({{key(0.0, 0.25, kOfxTalvoKeyframeInterpolationLinear)}, {}});
+    EXPECT_EQ(still->value("BlendAmount", 7.0).n[0], 0.25);
+    EXPECT_TRUE(still->param("BlendAmount").keyTimes().empty());
+
+    auto animated = filterOn(*plugin, source);
+    ofxhost::UpliftKey shortKey = key(5.0, 0.9, kOfxTalvoKeyframeInterpolationLinear);
+    shortKey.record.resize(4);
+    animated->uplift({{key(0.0, 0.2, kOfxTalvoKeyframeInterpolationLinear), shortKey,
+                       key(10.0, 0.8, kOfxTalvoKeyframeInterpolationHold), key(20.0, 0.5, "NoSuchInterpolation")},
+                      {}});
+    ofxhost::Param& blend = animated->param("BlendAmount");
+    EXPECT_EQ(blend.keyTimes(), (std::vector<double>{0.0, 10.0, 20.0})) << "the short key is passed over";
+    EXPECT_DOUBLE_EQ(animated->value("BlendAmount", 5.0).n[0], 0.5);
+    int interpolation = -1;
+    ASSERT_EQ(blend.keyInterpolation(10.0, interpolation), kOfxStatOK);
+    EXPECT_EQ(interpolation, kOfxTalvoInterpolationHold);
+    ASSERT_EQ(blend.keyInterpolation(20.0, interpolation), kOfxStatOK);
+    EXPECT_EQ(interpolation, kOfxTalvoInterpolationUnknown) << "an unknown name keeps the host's default";
+
+    auto wrongFirst = filterOn(*plugin, source);
+    shortKey.time = 0.0;
+    wrongFirst->uplift({{shortKey, key(3.0, 0.1, kOfxTalvoKeyframeInterpolationLinear)}, {}});
+    EXPECT_EQ(wrongFirst->value("BlendAmount", 3.0).n[0], 1.0);
 }
 
 TEST_F(InvertRender, RenderWindowLimitsTheWrite) {

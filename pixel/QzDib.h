@@ -182,3 +182,7 @@ enum { QzChannelBlue = 0, QzChannelGreen = 1, QzChannelRed = 2, QzChannelAlpha =
 #include "QzDibFilter.h"
 #include "QzDibScale.h"
 #include "QzDibComposite.h"
+
+#ifdef __cplusplus
+#include "A_Buffer.h"
+#endif

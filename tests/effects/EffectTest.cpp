@@ -93,7 +93,9 @@ void expectParamTable(ofxhost::Plugin& plugin, const std::string& context, const
         EXPECT_EQ(got.defaultValue.dump(false), want.defaultValue);
         EXPECT_EQ(limits(got.min, got.max), want.range);
         EXPECT_EQ(limits(got.displayMin, got.displayMax), want.display);
-        if (want.increment) EXPECT_EQ(got.increment, want.increment);
+        if (want.increment) {
+            EXPECT_EQ(got.increment, want.increment);
+        }
         EXPECT_EQ(got.parent, want.parent);
         EXPECT_EQ(got.options, want.options);
         EXPECT_EQ(got.animates, want.animates);

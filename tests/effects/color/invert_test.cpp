@@ -76,7 +76,7 @@ TEST_F(InvertDescribe, FilterContextHasTheClipsBlendAmountAndUpliftGUID) {
               (std::vector<std::string>{"{C3062BE7-E69D-11D1-9AA9-00A0C99B12C5}"}));
 
     expectParamTable(*plugin, "filter",
-                     {{"BlendAmount", "Blend amount", "blendamount", "Double", "1", {0, 1}, {0, 1}, 0.1}});
+                     {{"BlendAmount", "Blend amount", "blendamount", "Double", "1", {0, 1}, {0, 1}, 0.1, "", {}, true}});
     const auto& p = desc.params().find("BlendAmount")->props();
     EXPECT_EQ(p.getInt(kOfxParamPropDigits), 3);
     EXPECT_EQ(p.getString(kOfxParamPropDoubleType), kOfxParamDoubleTypeScale);

@@ -63,16 +63,23 @@ void finishEffectDescription(ImageEffectDescriptor& desc, const EffectDeclaratio
     if (decl.upliftGUID) desc.setUpliftGUID(decl.upliftGUID);
 }
 
-DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc) {
-    DoubleParamDescriptor* param = desc.defineDoubleParam(kBlendAmountParam);
-    param->setLabels("Blend amount", "Blend amount", "Blend amount");
-    param->setScriptName("blendamount");
-    param->setDefault(1.0);
-    param->setRange(0.0, 1.0);
-    param->setIncrement(0.1);
-    param->setDigits(3);
-    param->setDisplayRange(0.0, 1.0);
+DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row) {
+    DoubleParamDescriptor* param = desc.defineDoubleParam(row.name);
+    param->setLabels(row.label, row.label, row.label);
+    param->setScriptName(row.scriptName);
+    param->setDefault(row.defaultValue);
+    param->setRange(row.min, row.max);
+    param->setIncrement(row.increment);
+    const bool ownDisplay = row.displayMin != 0.0 || row.displayMax != 0.0;
+    param->setDisplayRange(ownDisplay ? row.displayMin : row.min, ownDisplay ? row.displayMax : row.max);
     param->setAnimates(true);
+    return param;
+}
+
+DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc) {
+    DoubleParamDescriptor* param =
+        defineSlider(desc, {kBlendAmountParam, "Blend amount", "blendamount", 1.0, 0.0, 1.0, 0.1});
+    param->setDigits(3);
     param->setDoubleType(eDoubleTypeScale);
     return param;
 }

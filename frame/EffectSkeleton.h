@@ -37,6 +37,17 @@ void defineEffectClips(ImageEffectDescriptor& desc, ContextEnum context);
 // uplift GUID: the last steps of every describeInContext.
 void finishEffectDescription(ImageEffectDescriptor& desc, const EffectDeclaration& decl);
 
+// One double slider of an effect's panel, animated; the label serves all
+// three label lengths. A display range left at 0 to 0 is the range itself.
+struct SliderRow {
+    const char* name;
+    const char* label;
+    const char* scriptName;
+    double defaultValue, min, max, increment;
+    double displayMin = 0.0, displayMax = 0.0;
+};
+DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row);
+
 // The mix of an effect's result with its source: 1 is the full effect.
 DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc);
 

@@ -27,17 +27,6 @@ constexpr const char* kPreserveLuminosityParam = "PreserveLuminosity";
 // The values of Type; the third option's label is "Shadow", singular.
 enum Range { kHighlights = 0, kMidtones = 1, kShadows = 2 };
 
-void defineSlider(OFX::ImageEffectDescriptor& desc, const char* name, const char* label, const char* scriptName) {
-    OFX::DoubleParamDescriptor* param = desc.defineDoubleParam(name);
-    param->setLabels(label, label, label);
-    param->setScriptName(scriptName);
-    param->setDefault(0.0);
-    param->setRange(-0.5, 0.5);
-    param->setIncrement(0.1);
-    param->setDisplayRange(-0.5, 0.5);
-    param->setAnimates(true);
-}
-
 // How strongly a pixel of mean level L (nominally 0 to 1) takes the shifts.
 template <int range>
 double weightOf(double level) {
@@ -221,9 +210,9 @@ public:
 
     void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
         OFX::defineEffectClips(desc, context);
-        defineSlider(desc, kRedParam, "Red", "red");
-        defineSlider(desc, kGreenParam, "Green", "green");
-        defineSlider(desc, kBlueParam, "Blue", "blue");
+        OFX::defineSlider(desc, {kRedParam, "Red", "red", 0.0, -0.5, 0.5, 0.1});
+        OFX::defineSlider(desc, {kGreenParam, "Green", "green", 0.0, -0.5, 0.5, 0.1});
+        OFX::defineSlider(desc, {kBlueParam, "Blue", "blue", 0.0, -0.5, 0.5, 0.1});
 
         OFX::ChoiceParamDescriptor* typeParam = desc.defineChoiceParam(kTypeParam);
         typeParam->setLabels("Type", "Type", "Type");

@@ -23,31 +23,11 @@ constexpr const char* kAddToHueParam = "Output";
 constexpr const char* kSaturationParam = "Saturation";
 constexpr const char* kLuminanceParam = "Luminance";
 
-// One slider of the panel, its range also its display range; the label
-// serves all three label lengths.
-struct SliderRow {
-    const char* name;
-    const char* label;
-    const char* scriptName;
-    double defaultValue, min, max, increment;
-};
-
-const SliderRow kSliders[] = {
+const OFX::SliderRow kSliders[] = {
     {kAddToHueParam, "Add to hue", "Add to hue", 0.0, 0.0, 1.0, 0.1},
     {kSaturationParam, "Saturation", "saturation", 1.0, 0.0, 2.0, 0.1},
     {kLuminanceParam, "Luminance", "luminance", 1.0, 0.0, 2.0, 0.1},
 };
-
-void defineSlider(OFX::ImageEffectDescriptor& desc, const SliderRow& row) {
-    OFX::DoubleParamDescriptor* param = desc.defineDoubleParam(row.name);
-    param->setLabels(row.label, row.label, row.label);
-    param->setScriptName(row.scriptName);
-    param->setDefault(row.defaultValue);
-    param->setRange(row.min, row.max);
-    param->setIncrement(row.increment);
-    param->setDisplayRange(row.min, row.max);
-    param->setAnimates(true);
-}
 
 double clampUnit(double v) { return std::clamp(v, 0.0, 1.0); }
 
@@ -192,7 +172,7 @@ public:
 
     void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
         OFX::defineEffectClips(desc, context);
-        for (const SliderRow& row : kSliders) defineSlider(desc, row);
+        for (const OFX::SliderRow& row : kSliders) OFX::defineSlider(desc, row);
         OFX::finishEffectDescription(desc, kHSLAdjust);
     }
 

@@ -24,30 +24,10 @@ constexpr const char* kChannelBParam = "Channelb";
 constexpr const char* kInvertLuminanceParam = "InvertLuminance";
 constexpr const char* kDesaturateParam = "Desaturate";
 
-// One slider of the panel, its range also its display range; the label
-// serves all three label lengths.
-struct SliderRow {
-    const char* name;
-    const char* label;
-    const char* scriptName;
-    double defaultValue, min, max, increment;
-};
-
-const SliderRow kLightnessRow{kLightnessParam, "Lightness", "lightness", 1.0, 0.0, 2.0, 0.1};
-const SliderRow kChannelARow{kChannelAParam, "Channel a", "channela", 0.0, -1.0, 1.0, 0.1};
-const SliderRow kChannelBRow{kChannelBParam, "Channel b", "channelb", 0.0, -1.0, 1.0, 0.1};
-const SliderRow kDesaturateRow{kDesaturateParam, "Desaturate", "desaturate", 0.0, 0.0, 1.0, 0.001};
-
-void defineSlider(OFX::ImageEffectDescriptor& desc, const SliderRow& row) {
-    OFX::DoubleParamDescriptor* param = desc.defineDoubleParam(row.name);
-    param->setLabels(row.label, row.label, row.label);
-    param->setScriptName(row.scriptName);
-    param->setDefault(row.defaultValue);
-    param->setRange(row.min, row.max);
-    param->setIncrement(row.increment);
-    param->setDisplayRange(row.min, row.max);
-    param->setAnimates(true);
-}
+const OFX::SliderRow kLightnessRow{kLightnessParam, "Lightness", "lightness", 1.0, 0.0, 2.0, 0.1};
+const OFX::SliderRow kChannelARow{kChannelAParam, "Channel a", "channela", 0.0, -1.0, 1.0, 0.1};
+const OFX::SliderRow kChannelBRow{kChannelBParam, "Channel b", "channelb", 0.0, -1.0, 1.0, 0.1};
+const OFX::SliderRow kDesaturateRow{kDesaturateParam, "Desaturate", "desaturate", 0.0, 0.0, 1.0, 0.001};
 
 // Note: the top of the lightness range when inverting, in place of 100, so
 // white inverts to just below black and black to a light grey. Kept.
@@ -229,15 +209,15 @@ public:
 
     void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
         OFX::defineEffectClips(desc, context);
-        defineSlider(desc, kLightnessRow);
-        defineSlider(desc, kChannelARow);
-        defineSlider(desc, kChannelBRow);
+        OFX::defineSlider(desc, kLightnessRow);
+        OFX::defineSlider(desc, kChannelARow);
+        OFX::defineSlider(desc, kChannelBRow);
         OFX::BooleanParamDescriptor* invert = desc.defineBooleanParam(kInvertLuminanceParam);
         invert->setLabels("Invert Luminance", "Invert Luminance", "Invert Luminance");
         invert->setScriptName("invertluminance");
         invert->setDefault(false);
         invert->setAnimates(true);
-        defineSlider(desc, kDesaturateRow);
+        OFX::defineSlider(desc, kDesaturateRow);
         OFX::finishEffectDescription(desc, kLABAdjust);
     }
 

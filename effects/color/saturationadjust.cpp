@@ -24,33 +24,13 @@ constexpr const char* kSpreadParam = "Spread";
 constexpr const char* kLowParam = "Low";
 constexpr const char* kHighParam = "High";
 
-// One slider of the panel, its range also its display range; the label
-// serves all three label lengths.
-struct SliderRow {
-    const char* name;
-    const char* label;
-    const char* scriptName;
-    double defaultValue, min, max, increment;
-};
-
-const SliderRow kSliders[] = {
+const OFX::SliderRow kSliders[] = {
     {kAmountParam, "Amount", "amount", 0.0, -1.0, 1.0, 0.1},
     {kCenterParam, "Center", "center", 0.5, 0.0, 1.0, 0.1},
     {kSpreadParam, "Spread", "spread", 0.5, 0.01, 1.0, 0.1},
     {kLowParam, "Low", "low", 0.0, -1.0, 1.0, 0.1},
     {kHighParam, "High", "high", 0.0, -1.0, 1.0, 0.1},
 };
-
-void defineSlider(OFX::ImageEffectDescriptor& desc, const SliderRow& row) {
-    OFX::DoubleParamDescriptor* param = desc.defineDoubleParam(row.name);
-    param->setLabels(row.label, row.label, row.label);
-    param->setScriptName(row.scriptName);
-    param->setDefault(row.defaultValue);
-    param->setRange(row.min, row.max);
-    param->setIncrement(row.increment);
-    param->setDisplayRange(row.min, row.max);
-    param->setAnimates(true);
-}
 
 // The luma weights of both the saturation measure and the matrix.
 constexpr double kRedLuma = 0.299;
@@ -230,7 +210,7 @@ public:
 
     void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
         OFX::defineEffectClips(desc, context);
-        for (const SliderRow& row : kSliders) defineSlider(desc, row);
+        for (const OFX::SliderRow& row : kSliders) OFX::defineSlider(desc, row);
         OFX::finishEffectDescription(desc, kSaturationAdjust);
     }
 

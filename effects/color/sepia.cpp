@@ -40,18 +40,6 @@ Zone zoneOf(double strength) {
     return Zone::FullGreyAndTint;
 }
 
-// One slider of the panel, its range also its display range.
-void defineSlider(OFX::ImageEffectDescriptor& desc, const char* name, const char* label, const char* scriptName) {
-    OFX::DoubleParamDescriptor* param = desc.defineDoubleParam(name);
-    param->setLabels(label, label, label);
-    param->setScriptName(scriptName);
-    param->setDefault(0.0);
-    param->setRange(0.0, 1.0);
-    param->setIncrement(0.1);
-    param->setDisplayRange(0.0, 1.0);
-    param->setAnimates(true);
-}
-
 class sepiaProcessorBase : public OFX::ImageProcessor {
 public:
     using OFX::ImageProcessor::ImageProcessor;
@@ -280,8 +268,8 @@ public:
         colorParam->setAnimates(true);
         // Strength 0 leaves the image as it is: a fresh Sepia does nothing
         // until the user raises it.
-        defineSlider(desc, kStrengthParam, "Blending strength", "blendingstrength");
-        defineSlider(desc, kFalloffParam, "Blending falloff", "blendingfalloff");
+        OFX::defineSlider(desc, {kStrengthParam, "Blending strength", "blendingstrength", 0.0, 0.0, 1.0, 0.1});
+        OFX::defineSlider(desc, {kFalloffParam, "Blending falloff", "blendingfalloff", 0.0, 0.0, 1.0, 0.1});
         OFX::finishEffectDescription(desc, kSepia);
     }
 

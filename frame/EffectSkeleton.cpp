@@ -5,9 +5,28 @@
 
 namespace OFX {
 
+namespace {
+
+// Identifiers are compared whole; a host older than the version given, or
+// one the requirement does not name, is refused.
+bool hostAccepted(const HostRequirement& hosts) {
+    const ImageEffectHostDescription* host = getImageEffectHostDescription();
+    if (!host) return false;
+    int oldest = 0;
+    if (host->hostName == "talvo.effects.talvo") oldest = hosts.talvo;
+    else if (host->hostName == "talvo.effects.talvo.harbor.pe") oldest = hosts.harborPE;
+    else if (host->hostName == "talvo.effects.talvo.harbor.hd") oldest = hosts.harborHD;
+    if (oldest > 0 && host->versionMajor >= oldest) return true;
+    if (hosts.logged) Log::print("Host(%s) is not supported", host->hostName.c_str());
+    return false;
+}
+
+}  // namespace
+
 void describeEffect(ImageEffectDescriptor& desc, const EffectDeclaration& decl) {
     desc.setLabels(decl.label, decl.label, decl.label);
     desc.setPluginGrouping(decl.group);
+    if (decl.hosts && !hostAccepted(*decl.hosts)) return;
     desc.addSupportedContext(decl.context);
     desc.addSupportedBitDepth(eBitDepthUByte);
     desc.addSupportedBitDepth(eBitDepthFloat);
@@ -50,6 +69,13 @@ void defineEffectClips(ImageEffectDescriptor& desc, ContextEnum context) {
     ClipDescriptor* output = desc.defineClip(kOutputClip);
     output->addSupportedComponent(ePixelComponentRGBA);
     output->setSupportsTiles(true);
+    output->setFieldExtraction(eFieldExtractBoth);
+}
+
+void defineGeneratorOutput(ImageEffectDescriptor& desc) {
+    ClipDescriptor* output = desc.defineClip(kOutputClip);
+    output->addSupportedComponent(ePixelComponentRGBA);
+    output->setSupportsTiles(false);
     output->setFieldExtraction(eFieldExtractBoth);
 }
 

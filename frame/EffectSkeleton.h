@@ -15,6 +15,20 @@ inline constexpr const char* kOutputClip = "Output";
 inline constexpr const char* kControlsPage = "Controls";
 inline constexpr const char* kBlendAmountParam = "BlendAmount";
 
+// The hosts an effect offers itself to: the oldest major version accepted
+// of each host identifier, 0 where that host is refused. `logged` writes
+// the refusal to the log.
+struct HostRequirement {
+    int talvo;     // "talvo.effects.talvo"
+    int harborPE;  // "talvo.effects.talvo.harbor.pe"
+    int harborHD;  // "talvo.effects.talvo.harbor.hd"
+    bool logged;
+};
+
+// The requirement of Test Pattern, Black Restore, Border, Channel Blend,
+// Chroma Blur and Black Bar Fill.
+inline constexpr HostRequirement kHostsSince18{18, 17, 17, true};
+
 // What an effect declares about itself beyond its parameters.
 struct EffectDeclaration {
     const char* label;
@@ -24,14 +38,22 @@ struct EffectDeclaration {
     const char* upliftGUID;  // the older form's GUID, or null
     bool openCL = true;
     bool openGL = false;
+    // Null: every host.
+    const HostRequirement* hosts = nullptr;
 };
 
-// The context-free description, in the order hosts have always seen it.
+// The context-free description, in the order hosts have always seen it. A
+// host that fails the declaration's requirement gets only the labels and
+// the group, and so no context to offer the effect in.
 void describeEffect(ImageEffectDescriptor& desc, const EffectDeclaration& decl);
 
 // The input clips of the effect's context ("Source", or "SourceFrom" and
 // "SourceTo" for transitions; none for generators) and "Output".
 void defineEffectClips(ImageEffectDescriptor& desc, ContextEnum context);
+
+// A generator's only clip, "Output", which draws relative to the whole frame
+// it is given and so takes no tiles.
+void defineGeneratorOutput(ImageEffectDescriptor& desc);
 
 // The "Controls" page with every parameter defined so far on it, then the
 // uplift GUID: the last steps of every describeInContext.

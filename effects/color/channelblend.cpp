@@ -12,7 +12,8 @@
 namespace {
 
 const OFX::EffectDeclaration kChannelBlend{
-    "TALVO Channel Blend", "TALVO\\Utility", OFX::eContextFilter, 1230, "{0BC15B73-83B9-11D4-9F67-00485481BD31}",
+    "TALVO Channel Blend", "TALVO\\Utility", OFX::eContextFilter, 1230, "{0BC15B73-83B9-11D4-9F67-00485481BD31}", true,
+    false, &OFX::kHostsSince18,
 };
 
 constexpr const char* kNormalizeParam = "Normalize";

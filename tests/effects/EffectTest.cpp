@@ -33,6 +33,12 @@ std::unique_ptr<ofxhost::Instance> filterOn(ofxhost::Plugin& plugin, const ofxho
     return instance;
 }
 
+std::unique_ptr<ofxhost::Instance> generatorOf(ofxhost::Plugin& plugin, int width, int height) {
+    auto instance = plugin.createInstance("generator");
+    instance->setProjectSize(width, height);
+    return instance;
+}
+
 ofxhost::ImageBuffer renderVariant(ofxhost::Instance& instance, const Variant& variant) {
     ofxhost::RenderOptions options;
     options.depth = variant.depth;

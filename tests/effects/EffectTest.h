@@ -39,6 +39,9 @@ std::shared_ptr<ofxhost::Plugin> loadEffect(const std::shared_ptr<ofxhost::Host>
 // A filter instance on one source image, sized to it.
 std::unique_ptr<ofxhost::Instance> filterOn(ofxhost::Plugin& plugin, const ofxhost::ImageBuffer& source);
 
+// A generator instance drawing a frame of the given size.
+std::unique_ptr<ofxhost::Instance> generatorOf(ofxhost::Plugin& plugin, int width, int height);
+
 // Renders frame 0 with the given depth and order; fails the test on a status
 // other than OK.
 ofxhost::ImageBuffer renderVariant(ofxhost::Instance& instance, const Variant& variant);

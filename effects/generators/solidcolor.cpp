@@ -1,0 +1,150 @@
+// Solid Color: fills the frame with one premultiplied colour.
+#include <cstring>
+#include <memory>
+#include <type_traits>
+
+#include "EffectSkeleton.h"
+#include "ImageProcessor.h"
+#include "QzRound.h"
+#include "RawView.h"
+
+namespace {
+
+const OFX::EffectDeclaration kSolidColor{
+    "TALVO Solid Color", "TALVO", OFX::eContextGenerator, 1310, "{D9DD0DFC-274F-45A7-B874-3D2BCFA61FE9}",
+};
+
+constexpr const char* kColorParam = "Color";
+
+class solidcolorProcessorBase : public OFX::ImageProcessor {
+public:
+    using OFX::ImageProcessor::ImageProcessor;
+
+    void setColor(double r, double g, double b, double a) {
+        red = r;
+        green = g;
+        blue = b;
+        alpha = a;
+    }
+
+protected:
+    double red = 0.0;
+    double green = 0.0;
+    double blue = 0.0;
+    double alpha = 0.0;
+};
+
+template <class PIX, int nComponents, int max, int isBGRA>
+class solidcolorProcessor : public solidcolorProcessorBase {
+public:
+    using solidcolorProcessorBase::solidcolorProcessorBase;
+
+    int multiThreadProcessImages(OfxRectI procWindow) override {
+        if (!OFX::hasPixels(dstImg, kBytesPerPixel)) return 0;
+        const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
+        const Pixel pixel = premultiplied();
+        const int width = rows.x2 - rows.x1;
+        for (int y = rows.y1; y < rows.y2; ++y) {
+            if (effect.abort()) return 1;
+            fillRow(static_cast<unsigned char*>(dstImg->getPixelAddress(rows.x1, y)), pixel, width);
+        }
+        return 0;
+    }
+
+private:
+    static constexpr int kBytesPerPixel = sizeof(PIX) * 4;
+    struct Pixel {
+        PIX c[4];
+    };
+
+    // Note: blue goes to the first component in memory whatever the clip's
+    // pixel order, as the toolkit's own pixels are laid out; on RGBA clips
+    // red and blue thus trade places. Checkerboard does the opposite.
+    Pixel premultiplied() const {
+        Pixel p{};
+        if constexpr (std::is_same_v<PIX, unsigned char>) {
+            // The products in double, in this order, truncated; a value
+            // outside 0..1 keeps the low byte of its truncation.
+            p.c[0] = static_cast<unsigned char>(qz::truncToInt32(blue * 255.0 * alpha));
+            p.c[1] = static_cast<unsigned char>(qz::truncToInt32(green * 255.0 * alpha));
+            p.c[2] = static_cast<unsigned char>(qz::truncToInt32(red * 255.0 * alpha));
+            p.c[3] = static_cast<unsigned char>(qz::truncToInt32(alpha * 255.0));
+        } else {
+            p.c[0] = static_cast<float>(alpha * blue);
+            p.c[1] = static_cast<float>(alpha * green);
+            p.c[2] = static_cast<float>(alpha * red);
+            p.c[3] = static_cast<float>(alpha);
+        }
+        return p;
+    }
+
+    // Four pixels a step, then the rest.
+    static void fillRow(unsigned char* out, const Pixel& pixel, int width) {
+        int n = width;
+        for (; n >= 4; n -= 4, out += 4 * kBytesPerPixel) {
+            std::memcpy(out, &pixel, kBytesPerPixel);
+            std::memcpy(out + kBytesPerPixel, &pixel, kBytesPerPixel);
+            std::memcpy(out + 2 * kBytesPerPixel, &pixel, kBytesPerPixel);
+            std::memcpy(out + 3 * kBytesPerPixel, &pixel, kBytesPerPixel);
+        }
+        for (; n > 0; --n, out += kBytesPerPixel) std::memcpy(out, &pixel, kBytesPerPixel);
+    }
+};
+
+class solidcolorPlugin : public OFX::ImageEffect {
+public:
+    explicit solidcolorPlugin(OfxImageEffectHandle handle)
+        : OFX::ImageEffect(handle), dstClip(fetchClip(OFX::kOutputClip)), color(fetchRGBAParam(kColorParam)) {}
+
+    void render(const OFX::RenderArguments& args) override {
+        // The OpenCL path arrives with the effect's kernel; until then an
+        // OpenCL render leaves the output as the host gave it.
+        if (args.openCLEnabled) return;
+        OFX::renderOnCPU<solidcolorProcessor>(*this, *dstClip, args);
+    }
+
+    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
+        OFX::setInfiniteRegion(rod);
+        return true;
+    }
+
+    void setupAndProcess(solidcolorProcessorBase& processor, const OFX::RenderArguments& args) {
+        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
+        processor.setDstImg(dst.get());
+        processor.setRenderWindow(args.renderWindow);
+        double r = 0.0, g = 0.0, b = 0.0, a = 0.0;
+        color->getValueAtTime(args.time, r, g, b, a);
+        processor.setColor(r, g, b, a);
+        processor.process();
+    }
+
+private:
+    OFX::Clip* dstClip;
+    OFX::RGBAParam* color;
+};
+
+class solidcolorPluginFactory : public OFX::PluginFactoryHelper<solidcolorPluginFactory> {
+public:
+    solidcolorPluginFactory() : OFX::PluginFactoryHelper<solidcolorPluginFactory>("talvo.effects:solidcolor", 1, 0) {}
+
+    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSolidColor); }
+
+    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum) override {
+        OFX::defineGeneratorOutput(desc);
+        // No default of its own: a fresh Solid Color is the host's default
+        // colour.
+        OFX::RGBAParamDescriptor* colorParam = desc.defineRGBAParam(kColorParam);
+        colorParam->setLabels("Color", "Color", "Color");
+        colorParam->setScriptName("color");
+        colorParam->setAnimates(true);
+        OFX::finishEffectDescription(desc, kSolidColor);
+    }
+
+    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
+        return new solidcolorPlugin(handle);
+    }
+};
+
+const OFX::FactoryRegistration<solidcolorPluginFactory> registration;
+
+}  // namespace

@@ -1,0 +1,223 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "EffectTest.h"
+#include "ofxImageEffect.h"
+#include "ofxTalvo.h"
+
+using namespace ondu1test;
+using ofxhost::Depth;
+using ofxhost::PixelOrder;
+
+namespace {
+
+class CheckerboardTest : public ::testing::Test {
+protected:
+    std::shared_ptr<ofxhost::Host> host = quietHost();
+    std::shared_ptr<ofxhost::Plugin> plugin = loadEffect(host, "talvo.effects:checkerboard");
+
+    // Black, white and the even mix in the variant's own depth.
+    static Rgba grey(const Variant& v, float level) {
+        const float c = v.depth == Depth::Byte ? (level == 0.5f ? 127.0f : level * 255.0f) : level;
+        return {c, c, c, v.depth == Depth::Byte ? 255.0f : 1.0f};
+    }
+};
+
+TEST_F(CheckerboardTest, DescribesItsParameters) {
+    const auto& props = plugin->describe().props();
+    EXPECT_EQ(props.getString(kOfxPropLabel), "TALVO Checkerboard");
+    EXPECT_EQ(props.getString(kOfxImageEffectPluginPropGrouping), "TALVO");
+    EXPECT_EQ(props.getInt(kOfxPropTalvoHelpContextID), 1240);
+    const auto& inContext = plugin->describeInContext("generator");
+    EXPECT_EQ(inContext.props().getStrings(kOfxImageEffectPropTalvoUpliftGUID),
+              (std::vector<std::string>{"{DB10DAB1-5247-4194-B666-E076AD51BE19}"}));
+    EXPECT_EQ(inContext.clip(kOfxImageEffectOutputClipName)->props().getInt(kOfxImageEffectPropSupportsTiles), 0);
+
+    constexpr double kMax = std::numeric_limits<double>::max();
+    const std::vector<double> unbounded{-kMax, kMax, -kMax, kMax, -kMax, kMax, -kMax, kMax};
+    const std::vector<double> unit{0, 1};
+    const std::vector<double> tile{0.001, 1};
+    auto group = [](const char* name, const char* label) {
+        return ParamRow{name, label, name, "Group", "null", {}, {}, {}, "", {}, false};
+    };
+    expectParamTable(*plugin, "generator",
+                     {
+                         group("TileDimensions", "Tile dimensions"),
+                         {"TileDimensionsWidth",
+                          "Width",
+                          "tiledimensionswidth",
+                          "Double",
+                          "0.1",
+                          tile,
+                          tile,
+                          0.1,
+                          "TileDimensions",
+                          {}},
+                         {"TileDimensionsHeight",
+                          "Height",
+                          "tiledimensionsheight",
+                          "Double",
+                          "0.1",
+                          tile,
+                          tile,
+                          0.1,
+                          "TileDimensions",
+                          {}},
+                         {"TileDimensionsSquare",
+                          "Square",
+                          "tiledimensionssquare",
+                          "Boolean",
+                          "true",
+                          {},
+                          {},
+                          {},
+                          "TileDimensions",
+                          {}},
+                         group("EdgeBlending", "Edge blending"),
+                         {"EdgeBlendingHorizontal",
+                          "Horizontal",
+                          "edgeblendinghorizontal",
+                          "Double",
+                          "0",
+                          unit,
+                          unit,
+                          0.1,
+                          "EdgeBlending",
+                          {}},
+                         {"EdgeBlendingVertical",
+                          "Vertical",
+                          "edgeblendingvertical",
+                          "Double",
+                          "0",
+                          unit,
+                          unit,
+                          0.1,
+                          "EdgeBlending",
+                          {}},
+                         {"EdgeBlendingProportional",
+                          "Proportional",
+                          "edgeblendingproportional",
+                          "Boolean",
+                          "true",
+                          {},
+                          {},
+                          {},
+                          "EdgeBlending",
+                          {}},
+                         {"Color1", "Color 1", "color1", "RGBA", "[0,0,0,1]", unbounded, unbounded, {}, "", {}},
+                         {"Color2", "Color 2", "color2", "RGBA", "[1,1,1,1]", unbounded, unbounded, {}, "", {}},
+                         group("GridOffset", "Grid offset"),
+                         {"GridOffsetX", "X", "gridoffsetx", "Double", "0", unit, unit, 0.1, "GridOffset", {}},
+                         {"GridOffsetY", "Y", "gridoffsety", "Double", "0", unit, unit, 0.1, "GridOffset", {}},
+                     });
+}
+
+// 0.001 of 640 is 0.64 pixels, widened to one pixel (and the height
+// likewise): every pixel is a tile. Each row lies in a vertical soft band
+// with weight 0, so pixel (x, y) takes Color1 where x + (479 - y) is odd.
+TEST_F(CheckerboardTest, SmallestTilesAreOnePixel) {
+    auto inst = generatorOf(*plugin, 640, 480);
+    inst->setValueText("TileDimensionsWidth", "0.001");
+    for (const Variant& v : kAllVariants) {
+        SCOPED_TRACE(variantName(v));
+        const auto out = renderVariant(*inst, v);
+        for (int y : {0, 1, 2, 478, 479})
+            for (int x : {0, 1, 2, 638, 639})
+                ASSERT_EQ(pixelAt(out, x, y), grey(v, ((x + 479 - y) & 1) ? 0.0f : 1.0f)) << x << "," << y;
+    }
+}
+
+// Tiles of 10.5 pixels on 512: tile edges pass through the centres of
+// column 10 and of the row 10.5 pixels below the top, which both take the
+// even mix of the two colours. The grid starts at the picture's top left.
+TEST_F(CheckerboardTest, HardEdgesTakeTheEvenMixAtPixelCentres) {
+    auto inst = generatorOf(*plugin, 512, 512);
+    inst->setValueText("TileDimensionsWidth", "0.0205078125");
+    for (const Variant& v : kAllVariants) {
+        SCOPED_TRACE(variantName(v));
+        const auto out = renderVariant(*inst, v);
+        const Rgba black = grey(v, 0.0f), white = grey(v, 1.0f), mix = grey(v, 0.5f);
+        // The top row: tile 0 in Color1, the edge, tile 1 in Color2; the next
+        // edge (21) lies between pixels.
+        EXPECT_EQ(pixelAt(out, 0, 511), black);
+        EXPECT_EQ(pixelAt(out, 9, 511), black);
+        EXPECT_EQ(pixelAt(out, 10, 511), mix);
+        EXPECT_EQ(pixelAt(out, 11, 511), white);
+        EXPECT_EQ(pixelAt(out, 20, 511), white);
+        EXPECT_EQ(pixelAt(out, 21, 511), black);
+        // The row on the edge is the even mix throughout; below it tile row 1
+        // starts with Color2.
+        EXPECT_EQ(pixelAt(out, 0, 501), mix);
+        EXPECT_EQ(pixelAt(out, 10, 501), mix);
+        EXPECT_EQ(pixelAt(out, 0, 500), white);
+        EXPECT_EQ(pixelAt(out, 0, 492), white);
+        // Note: the row whose centre sits on the inner edge of the band
+        // above the next tile edge (weight 0) takes the other colour pair.
+        EXPECT_EQ(pixelAt(out, 0, 491), black);
+        EXPECT_EQ(pixelAt(out, 0, 490), black);
+    }
+}
+
+// Full horizontal blending: the soft bands of a tile's two edges meet and
+// no pixel of a row keeps a pure colour.
+TEST_F(CheckerboardTest, FullHorizontalBlendLeavesNoClearPixel) {
+    auto inst = generatorOf(*plugin, 512, 64);
+    inst->setValueText("EdgeBlendingProportional", "false");
+    inst->setValueText("TileDimensionsWidth", "0.01953125");
+    inst->setValueText("EdgeBlendingHorizontal", "1");
+    for (const Variant& v : kAllVariants) {
+        SCOPED_TRACE(variantName(v));
+        const auto out = renderVariant(*inst, v);
+        const float full = v.depth == Depth::Byte ? 255.0f : 1.0f;
+        for (int x = 0; x < 512; ++x) {
+            const float c = pixelAt(out, x, 63)[0];
+            ASSERT_TRUE(c > 0.0f && c < full) << x;
+        }
+        // Column 0: 4.5 pixels from the band's end at 5, scale 32768 / 5,
+        // w = trunc(4.5 * 6553.6 + 0.5) = 29491 of white.
+        EXPECT_EQ(pixelAt(out, 0, 63)[0], v.depth == Depth::Byte ? 114.0f : 29491.0f / 65536.0f);
+    }
+}
+
+// Each colour is premultiplied; red goes to the first component in memory
+// in both orders, so a BGRA clip shows it as blue.
+TEST_F(CheckerboardTest, ColoursArePremultipliedRedFirst) {
+    auto inst = generatorOf(*plugin, 100, 100);
+    inst->setValueText("Color1", "1,0,0,1");
+    inst->setValueText("Color2", "1,1,1,0");
+    for (const Variant& v : kAllVariants) {
+        SCOPED_TRACE(variantName(v));
+        const auto out = renderVariant(*inst, v);
+        const float full = v.depth == Depth::Byte ? 255.0f : 1.0f;
+        const Rgba red = v.order == PixelOrder::RGBA ? Rgba{full, 0, 0, full} : Rgba{0, 0, full, full};
+        EXPECT_EQ(pixelAt(out, 5, 99), red);
+        EXPECT_EQ(pixelAt(out, 15, 99), (Rgba{0, 0, 0, 0}));
+        EXPECT_EQ(pixelAt(out, 5, 89), (Rgba{0, 0, 0, 0}));
+    }
+}
+
+TEST_F(CheckerboardTest, SwitchesLinkAndLockTheSecondValue) {
+    auto inst = generatorOf(*plugin, 64, 64);
+    auto value = [&](const char* name) { return inst->value(name, 0.0).n[0]; };
+    auto enabled = [&](const char* name) { return inst->param(name).props().getInt(kOfxParamPropEnabled) != 0; };
+
+    inst->setValueText("TileDimensionsWidth", "0.25");
+    inst->setValueText("EdgeBlendingHorizontal", "0.4");
+    EXPECT_EQ(value("TileDimensionsHeight"), 0.25);
+    EXPECT_EQ(value("EdgeBlendingVertical"), 0.4);
+    EXPECT_FALSE(enabled("TileDimensionsHeight"));
+    EXPECT_FALSE(enabled("EdgeBlendingVertical"));
+
+    // Clearing a switch keeps the copied value and unlocks it.
+    inst->setValueText("TileDimensionsSquare", "false");
+    inst->setValueText("TileDimensionsWidth", "0.5");
+    EXPECT_EQ(value("TileDimensionsHeight"), 0.25);
+    EXPECT_TRUE(enabled("TileDimensionsHeight"));
+    inst->setValueText("EdgeBlendingProportional", "false");
+    inst->setValueText("EdgeBlendingHorizontal", "0.1");
+    EXPECT_EQ(value("EdgeBlendingVertical"), 0.4);
+    EXPECT_TRUE(enabled("EdgeBlendingVertical"));
+}
+
+}  // namespace

@@ -67,8 +67,9 @@ struct EndSequenceRenderArguments {
     bool interactiveRenderStatus = false;
 };
 
-// Handed to changedParam and changedClip as an empty record: effects work
-// from the changed object's name and the current values alone.
+// Handed to changedParam and changedClip with only the time of the change
+// filled in: effects work from the changed object's name, the current values
+// and that time.
 struct InstanceChangedArgs {
     InstanceChangeReason reason = eChangeUserEdit;
     double time = 0.0;

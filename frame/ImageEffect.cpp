@@ -176,4 +176,30 @@ OfxStatus ImageEffect::sendMessage(MessageTypeEnum type, const std::string& id, 
 
 bool ImageEffect::abort() const { return effectSuite().abort(effectHandle_) != 0; }
 
+// The program's own suite goes first: it carries the message id a host
+// translates by.
+void ImageEffect::progressStart(const std::string& message, const std::string& messageId) {
+    const char* id = messageId.empty() ? nullptr : messageId.c_str();
+    if (Private::gTalvoProgressSuiteV2)
+        Private::gTalvoProgressSuiteV2->progressStartProgress(effectHandle_, message.c_str(), id);
+    else if (Private::gProgressSuiteV1)
+        Private::gProgressSuiteV1->progressStartProgress(effectHandle_, message.c_str());
+}
+
+bool ImageEffect::progressUpdate(double progress) {
+    OfxStatus status = kOfxStatOK;
+    if (Private::gTalvoProgressSuiteV2)
+        status = Private::gTalvoProgressSuiteV2->progressUpdate(effectHandle_, progress);
+    else if (Private::gProgressSuiteV1)
+        status = Private::gProgressSuiteV1->progressUpdate(effectHandle_, progress);
+    return status != kOfxStatReplyNo;
+}
+
+void ImageEffect::progressEnd() {
+    if (Private::gTalvoProgressSuiteV2)
+        Private::gTalvoProgressSuiteV2->progressEndProgress(effectHandle_);
+    else if (Private::gProgressSuiteV1)
+        Private::gProgressSuiteV1->progressEndProgress(effectHandle_);
+}
+
 }  // namespace OFX

@@ -81,6 +81,12 @@ public:
     // A message to the user through the host's message suite; returns the
     // host's status, or kOfxStatErrUnsupported without the suite.
     OfxStatus sendMessage(MessageTypeEnum type, const std::string& id, const std::string& text) const;
+    // The host's progress bar for a long action (an analysis). Without a
+    // progress suite the three do nothing and nothing can be cancelled.
+    void progressStart(const std::string& message, const std::string& messageId = {});
+    // Moves the bar to `progress` (0 to 1); false when the user asked to stop.
+    bool progressUpdate(double progress);
+    void progressEnd();
 
     virtual void purgeCaches() {}
     virtual void syncPrivateData() {}

@@ -312,7 +312,10 @@ OfxStatus dispatch(const char* action, const void* handle, OfxPropertySetHandle 
         ImageEffect& effect = instanceOf(handle);
         const std::string type = inArgs.propGetString(kOfxPropType);
         const std::string name = inArgs.propGetString(kOfxPropName);
-        const InstanceChangedArgs args;
+        // Only the time is passed on: an analysis reads the frames at the
+        // time the change was made.
+        InstanceChangedArgs args;
+        args.time = inArgs.propGetDouble(kOfxPropTime, 0, false);
         if (type == kOfxTypeParameter)
             effect.changedParam(args, name);
         else if (type == kOfxTypeClip)

@@ -275,6 +275,15 @@ void Instance::setClipFormats(const RenderOptions& o)
     }
 }
 
+void Instance::setRenderOptions(const RenderOptions& o)
+{
+    {
+        std::lock_guard lock(mutex_);
+        lastOptions_ = o;
+    }
+    setClipFormats(o);
+}
+
 ImageBuffer Instance::makeOutput(const RenderOptions& o) const
 {
     if (!(o.renderScale > 0.0 && o.renderScale <= 1.0))
@@ -310,7 +319,8 @@ OfxStatus Instance::callWithRender(const char* action, const RenderContext* ctx,
     return pluginRef_->callAction(action, handle(), in, out);
 }
 
-std::shared_ptr<const ImageBuffer> Instance::inputFrame(const Clip& clip, double time, const RenderOptions& o)
+std::shared_ptr<const ImageBuffer> Instance::inputFrame(const Clip& clip, double time, const RenderOptions& o,
+                                                        bool keep)
 {
     const CacheKey key{clip.name(), time, o.depth, o.order, o.layout.rowPadding, o.layout.negativeRowBytes,
                        o.renderScale};
@@ -331,6 +341,8 @@ std::shared_ptr<const ImageBuffer> Instance::inputFrame(const Clip& clip, double
     if (o.renderScale != 1.0)
         converted = converted.resized(scaled(frame->width(), o.renderScale), scaled(frame->height(), o.renderScale));
     auto result = std::make_shared<const ImageBuffer>(std::move(converted));
+    if (!keep)
+        return result;
     std::lock_guard lock(mutex_);
     return cache_.emplace(key, result).first->second;
 }
@@ -383,7 +395,7 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
     // is reported as such and a benchmark times the plug-in alone.
     for (const auto& c : clips_)
         if (!c->isOutput())
-            inputFrame(*c, time, o);
+            inputFrame(*c, time, o, true);
     time_ = time;
     PropertySet in;
     fillRenderArgs(in, time, o, window);
@@ -507,8 +519,69 @@ OfxStatus Instance::instanceChanged(const std::string& type, const std::string& 
     in.defineString(kOfxPropName, {name});
     in.defineString(kOfxPropChangeReason, {reason});
     in.defineDouble(kOfxPropTime, {time});
-    in.defineDouble(kOfxImageEffectPropRenderScale, {1.0, 1.0});
+    // The scale of the images the plug-in can fetch during the action.
+    double scale = 1.0;
+    {
+        std::lock_guard lock(mutex_);
+        scale = lastOptions_.renderScale;
+    }
+    in.defineDouble(kOfxImageEffectPropRenderScale, {scale, scale});
     return callWithRender(kOfxActionInstanceChanged, nullptr, in.handle(), nullptr);
+}
+
+void Instance::watchProgress(ProgressWatcher watcher)
+{
+    std::lock_guard lock(mutex_);
+    progressWatcher_ = std::move(watcher);
+}
+
+bool Instance::progressOpen() const
+{
+    std::lock_guard lock(mutex_);
+    return progressOpen_;
+}
+
+OfxStatus Instance::progressStart(const std::string& label)
+{
+    ProgressWatcher watcher;
+    {
+        std::lock_guard lock(mutex_);
+        if (progressOpen_)
+            return kOfxStatFailed;
+        progressOpen_ = true;
+        watcher = progressWatcher_;
+    }
+    if (watcher)
+        watcher({ProgressEvent::Kind::Start, label, 0.0});
+    return kOfxStatOK;
+}
+
+OfxStatus Instance::progressUpdate(double progress)
+{
+    ProgressWatcher watcher;
+    {
+        std::lock_guard lock(mutex_);
+        if (!progressOpen_)
+            return kOfxStatFailed;
+        watcher = progressWatcher_;
+    }
+    const bool goOn = !watcher || watcher({ProgressEvent::Kind::Update, {}, progress});
+    return goOn && !abort_ ? kOfxStatOK : kOfxStatReplyNo;
+}
+
+OfxStatus Instance::progressEnd()
+{
+    ProgressWatcher watcher;
+    {
+        std::lock_guard lock(mutex_);
+        if (!progressOpen_)
+            return kOfxStatFailed;
+        progressOpen_ = false;
+        watcher = progressWatcher_;
+    }
+    if (watcher)
+        watcher({ProgressEvent::Kind::End, {}, 0.0});
+    return kOfxStatOK;
 }
 
 std::size_t Instance::liveImageCount() const
@@ -543,7 +616,7 @@ OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out)
             options = ctx ? ctx->options : lastOptions_;
         }
         try {
-            buffer = inputFrame(clip, time, options);
+            buffer = inputFrame(clip, time, options, ctx != nullptr);
         } catch (const std::exception& e) {
             std::lock_guard lock(mutex_);
             sourceError_ = e.what();

@@ -46,6 +46,18 @@ struct RenderOptions {
 // no frame there. May throw Error (an unreadable file).
 using FrameSource = std::function<std::shared_ptr<const ImageBuffer>(double time)>;
 
+// What a plug-in's progress bar reports to the host: its start (with the
+// label), each update (0 to 1) and its end.
+struct ProgressEvent {
+    enum class Kind { Start, Update, End };
+    Kind kind;
+    std::string label;
+    double progress = 0.0;
+};
+// Sees each event; returning false from an update answers the plug-in
+// kOfxStatReplyNo, as a user's Cancel does.
+using ProgressWatcher = std::function<bool(const ProgressEvent&)>;
+
 // The state of one render call, visible to the image effect suite.
 struct RenderContext {
     class Instance* instance;
@@ -90,6 +102,12 @@ public:
     void setValueText(std::string_view name, const std::string& text, std::optional<double> time = {});
     ParamValue value(std::string_view name, double time) const;
 
+    // The options of the renders to come. Images fetched outside a render
+    // (in an instance-changed action, as an analysis does) come in their
+    // depth, order, layout and scale, and the clips announce them at once.
+    // Each render, and each identity test, sets them again.
+    void setRenderOptions(const RenderOptions& options);
+
     // The output image a render with these options expects.
     ImageBuffer makeOutput(const RenderOptions& options) const;
     // Renders one frame into output (its depth and order must be the options').
@@ -105,13 +123,23 @@ public:
     OfxStatus instanceChanged(const std::string& type, const std::string& name, const std::string& reason,
                               double time);
 
-    // What abort() answers to the plug-in.
+    // What abort() answers to the plug-in; it also cancels a progress bar.
     void setAbort(bool abort) { abort_ = abort; }
     bool abortRequested() const { return abort_; }
     // Images fetched and not yet released.
     std::size_t liveImageCount() const;
     // The last failure of an input source during clipGetImage, "" when none.
     std::string lastSourceError() const;
+
+    // The plug-in's progress bars go to the watcher (none by default).
+    void watchProgress(ProgressWatcher watcher);
+    bool progressOpen() const;
+    // The progress suite's side. kOfxStatFailed for an update or end with no
+    // bar open, and for a second bar while one is open; kOfxStatReplyNo from
+    // an update that the watcher or the abort flag cancels.
+    OfxStatus progressStart(const std::string& label);
+    OfxStatus progressUpdate(double progress);
+    OfxStatus progressEnd();
 
     // The image effect suite's side.
     OfxStatus getImage(Clip& clip, double time, OfxPropertySetHandle* out);
@@ -130,7 +158,11 @@ private:
 
     void setClipFormats(const RenderOptions& o);
     const RenderContext* findRender(double time) const;
-    std::shared_ptr<const ImageBuffer> inputFrame(const Clip& clip, double time, const RenderOptions& o);
+    // The input's frame in the options' format. Frames read for a render are
+    // kept until a render of another time, so that the plug-in's fetch finds
+    // the frame the render read; others (an analysis walking a sequence) are
+    // not kept.
+    std::shared_ptr<const ImageBuffer> inputFrame(const Clip& clip, double time, const RenderOptions& o, bool keep);
     void fillRenderArgs(PropertySet& in, double time, const RenderOptions& o, const RectI& window) const;
     OfxStatus callWithRender(const char* action, const RenderContext* ctx, OfxPropertySetHandle in,
                              OfxPropertySetHandle out);
@@ -151,6 +183,8 @@ private:
     std::map<const void*, std::unique_ptr<class HostImage>> images_;
     std::string sourceError_;
     unsigned long imageSerial_ = 0;
+    ProgressWatcher progressWatcher_;
+    bool progressOpen_ = false;
 };
 
 }  // namespace ofxhost

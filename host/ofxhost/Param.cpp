@@ -588,4 +588,37 @@ std::string ParamSet::pageOf(const Param& param) const
     return "";
 }
 
+void ParamSet::beginEdit(std::string label)
+{
+    std::lock_guard lock(editMutex_);
+    if (editDepth_++ == 0)
+        openBlock_ = EditBlock{std::move(label), {}};
+}
+
+OfxStatus ParamSet::endEdit()
+{
+    std::lock_guard lock(editMutex_);
+    if (editDepth_ == 0)
+        return kOfxStatFailed;
+    if (--editDepth_ == 0)
+        closedBlocks_.push_back(std::move(openBlock_));
+    return kOfxStatOK;
+}
+
+void ParamSet::noteEdit(const std::string& paramName)
+{
+    std::lock_guard lock(editMutex_);
+    if (editDepth_ > 0) {
+        auto& changed = openBlock_.changed;
+        if (std::find(changed.begin(), changed.end(), paramName) == changed.end())
+            changed.push_back(paramName);
+    }
+}
+
+std::vector<ParamSet::EditBlock> ParamSet::editBlocks() const
+{
+    std::lock_guard lock(editMutex_);
+    return closedBlocks_;
+}
+
 }  // namespace ofxhost

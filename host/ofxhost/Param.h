@@ -144,9 +144,29 @@ public:
     // The page that lists the parameter (or its nearest listed group), or "".
     std::string pageOf(const Param& p) const;
 
+    // The plug-in's edit blocks (paramEditBegin/End): what an editor makes
+    // one step of its undo. Blocks nest, and the outermost one holds the
+    // names of the parameters the plug-in changed inside it (once each, in
+    // the order of their first change).
+    struct EditBlock {
+        std::string label;
+        std::vector<std::string> changed;
+    };
+    void beginEdit(std::string label);
+    // kOfxStatFailed when no block is open.
+    OfxStatus endEdit();
+    // Notes a change by the plug-in: kept by the open block, if any.
+    void noteEdit(const std::string& paramName);
+    // The blocks closed so far, oldest first.
+    std::vector<EditBlock> editBlocks() const;
+
 private:
     const void* effectHandle_;
     const double* currentTime_;
+    mutable std::mutex editMutex_;
+    int editDepth_ = 0;
+    EditBlock openBlock_;
+    std::vector<EditBlock> closedBlocks_;
     PropertySet props_;
     std::vector<std::unique_ptr<Param>> params_;
     std::map<std::string, Param*, std::less<>> byName_;

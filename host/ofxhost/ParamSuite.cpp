@@ -94,6 +94,17 @@ OfxStatus writeComputed(OfxParamHandle h, va_list ap, Compute compute)
     });
 }
 
+// Runs a change of the plug-in's and notes it in the parameter set's edit
+// block when it went through.
+template <typename Change>
+OfxStatus noted(Param& p, Change change)
+{
+    const OfxStatus s = change();
+    if (s == kOfxStatOK)
+        p.owner().noteEdit(p.name());
+    return s;
+}
+
 // Reads a value from the caller's variable arguments and stores it.
 template <typename Store>
 OfxStatus storeRead(OfxParamHandle h, va_list ap, Store store)
@@ -103,7 +114,7 @@ OfxStatus storeRead(OfxParamHandle h, va_list ap, Store store)
             return kOfxStatErrUnsupported;
         ParamValue v;
         const OfxStatus r = readValue(p, v, ap);
-        return r == kOfxStatOK ? store(p, v) : r;
+        return r == kOfxStatOK ? noted(p, [&] { return store(p, v); }) : r;
     });
 }
 
@@ -258,14 +269,16 @@ OfxStatus paramGetKeyIndex(OfxParamHandle h, OfxTime time, int direction, int* i
 
 OfxStatus paramDeleteKey(OfxParamHandle h, OfxTime time)
 {
-    return onParam(h, [&](Param& p) { return p.deleteKey(time); });
+    return onParam(h, [&](Param& p) { return noted(p, [&] { return p.deleteKey(time); }); });
 }
 
 OfxStatus paramDeleteAllKeys(OfxParamHandle h)
 {
     return onParam(h, [](Param& p) {
-        p.deleteAllKeys();
-        return kOfxStatOK;
+        return noted(p, [&] {
+            p.deleteAllKeys();
+            return kOfxStatOK;
+        });
     });
 }
 
@@ -276,18 +289,27 @@ OfxStatus paramCopy(OfxParamHandle to, OfxParamHandle from, OfxTime offset, cons
         Param* f = Param::fromHandle(from);
         if (!t || !f)
             return kOfxStatErrBadHandle;
-        return t->copyFrom(*f, offset, range);
+        return noted(*t, [&] { return t->copyFrom(*f, offset, range); });
     });
 }
 
-OfxStatus paramEditBegin(OfxParamSetHandle h, const char*)
+OfxStatus paramEditBegin(OfxParamSetHandle h, const char* label)
 {
-    return guarded([&] { return paramSetOf(h) ? kOfxStatOK : kOfxStatErrBadHandle; });
+    return guarded([&] {
+        ParamSet* set = paramSetOf(h);
+        if (!set)
+            return kOfxStatErrBadHandle;
+        set->beginEdit(label ? label : "");
+        return kOfxStatOK;
+    });
 }
 
 OfxStatus paramEditEnd(OfxParamSetHandle h)
 {
-    return guarded([&] { return paramSetOf(h) ? kOfxStatOK : kOfxStatErrBadHandle; });
+    return guarded([&] {
+        ParamSet* set = paramSetOf(h);
+        return set ? set->endEdit() : kOfxStatErrBadHandle;
+    });
 }
 
 }  // namespace

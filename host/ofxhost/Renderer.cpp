@@ -167,6 +167,8 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
     const auto [lo, hi] = std::minmax_element(job.times.begin(), job.times.end());
     instance->setFrameRange(*lo, *hi);
     instance->setTime(job.times.front());
+    // A pressed button's analysis reads the inputs as the render will.
+    instance->setRenderOptions(options);
 
     if (!job.upliftFile.empty())
         instance->uplift(readUpliftFile(job.upliftFile));

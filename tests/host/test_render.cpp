@@ -1,6 +1,6 @@
 // Rendering through the host: every depth, order and row layout, the thread
 // pool seen from the plug-in, generators and transitions, animated sequences,
-// identity, refusals and aborts.
+// identity, refusals and aborts, and an analysis run from a pressed button.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,6 +11,7 @@
 #include "ofxhost/Memory.h"
 #include "ofxhost/Renderer.h"
 #include "ofxhost/Status.h"
+#include "ofxhost/Suites.h"
 
 using namespace ofxhost;
 
@@ -215,6 +216,56 @@ TEST_F(RenderTest, ImageSuiteMisuseAndAbort)
     inst->setAbort(true);
     EXPECT_EQ(fx->abort(inst->handle()), 1);
     EXPECT_EQ(fx->abort(nullptr), 0);
+}
+
+// The test plug-in's Measure button: Gain's keys become the red of Source at
+// each frame of the clip's range, in the format of the renders to come.
+TEST_F(RenderTest, AnalysisInInstanceChangedReadsTheRangeAndRewritesKeys)
+{
+    auto inst = tint();
+    const auto frameAt = [](double t) { return hosttest::solidFloat(2, 1, PixelOrder::RGBA, float(0.1 * t)); };
+    inst->connect("Source", [&](double t) { return std::make_shared<const ImageBuffer>(frameAt(t)); });
+    inst->setFrameRange(1, 3);
+    inst->setValueText("Gain", "3", 7.0);
+    RenderOptions options;
+    options.depth = Depth::Float;
+    inst->setRenderOptions(options);
+
+    std::vector<std::string> events;
+    inst->watchProgress([&](const ProgressEvent& e) {
+        events.push_back(e.kind == ProgressEvent::Kind::Update ? std::to_string(e.progress) : e.label);
+        return true;
+    });
+    const auto gainAt = [&](double t) { return inst->value("Gain", t).n[0]; };
+
+    inst->press("Measure", 1.0);
+    EXPECT_EQ(events, (std::vector<std::string>{"Measuring", "0.333333", "0.666667", "1.000000", ""}));
+    EXPECT_EQ(inst->liveImageCount(), 0u);
+    EXPECT_EQ(inst->param("Gain").keyTimes(), (std::vector<double>{1, 2, 3})) << "the key at 7 is gone";
+    EXPECT_EQ(gainAt(3.0), double(0.3f));
+    const auto blocks = inst->params().editBlocks();
+    ASSERT_EQ(blocks.size(), 1u);
+    EXPECT_EQ(blocks[0].label, "Measure");
+    EXPECT_EQ(blocks[0].changed, std::vector<std::string>{"Gain"});
+
+    // The next render uses the written key.
+    ImageBuffer out = inst->makeOutput(options);
+    ASSERT_EQ(inst->render(2.0, options, out), kOfxStatOK);
+    EXPECT_EQ(out.floatAt(1, 0, 0), float(frameAt(2).floatAt(1, 0, 0) * gainAt(2.0)));
+
+    // For byte renders the analysis reads bytes; the abort flag cancels its
+    // progress at the first update.
+    options.depth = Depth::Byte;
+    inst->setRenderOptions(options);
+    inst->setAbort(true);
+    inst->press("Measure", 1.0);
+    inst->setAbort(false);
+    EXPECT_EQ(inst->param("Gain").keyTimes(), (std::vector<double>{1}));
+    EXPECT_EQ(gainAt(1.0), frameAt(1).converted(Depth::Byte, PixelOrder::RGBA).byteAt(0, 0, 0) / 255.0f);
+
+    // Unbalanced ends are refused.
+    EXPECT_EQ(suites::progressV1()->progressEndProgress(inst->handle()), kOfxStatFailed);
+    EXPECT_EQ(suites::parameter()->paramEditEnd(inst->params().handle()), kOfxStatFailed);
 }
 
 TEST(RenderJobs, GeneratorSequenceWithAnimatedParameter)

@@ -7,6 +7,9 @@
 //         Offset/255; Mode 2 writes each row's thread index, thread count
 //         and a 1 when multiThreadIndex and isSpawnedThread agree, to R, G, B.
 //         A Gain above 3.5 is refused: the render fails with a message.
+//         The button Measure reads the red of pixel (0, 0) at each frame of
+//         Source's range under a progress bar ("Measuring") that may cancel
+//         it, and replaces Gain's keys by those values in one edit block.
 //   ramp  Output = Color * Level.
 //   mix   Output = SourceFrom * (1 - Transition) + SourceTo * Transition.
 #include <cmath>
@@ -20,6 +23,7 @@
 #include "ofxMultiThread.h"
 #include "ofxParam.h"
 #include "ofxParametricParam.h"
+#include "ofxProgress.h"
 #include "ofxProperty.h"
 #include "ofxTalvo.h"
 
@@ -33,6 +37,7 @@ const OfxMemorySuiteV1* gMemory = nullptr;
 const OfxMultiThreadSuiteV1* gThread = nullptr;
 const OfxMessageSuiteV1* gMessage = nullptr;
 const OfxParametricParameterSuiteV1* gParametric = nullptr;
+const OfxProgressSuiteV1* gProgress = nullptr;
 int gDescribeCount = 0;
 
 OfxStatus load()
@@ -47,6 +52,7 @@ OfxStatus load()
     gThread = static_cast<const OfxMultiThreadSuiteV1*>(fetch(kOfxMultiThreadSuite, 1));
     gMessage = static_cast<const OfxMessageSuiteV1*>(fetch(kOfxMessageSuite, 1));
     gParametric = static_cast<const OfxParametricParameterSuiteV1*>(fetch(kOfxParametricParameterSuite, 1));
+    gProgress = static_cast<const OfxProgressSuiteV1*>(fetch(kOfxProgressSuite, 1));
     if (!gProp || !gEffect || !gParam || !gMemory || !gThread || !gMessage)
         return kOfxStatErrMissingHostFeature;
     return kOfxStatOK;
@@ -153,6 +159,7 @@ void describeTintParams(OfxParamSetHandle set)
     gProp->propSetString(p, kOfxParamPropParent, 0, "Advanced");
     gProp->propSetInt(p, kOfxParamPropSecret, 0, 1);
     defineParam(set, kOfxParamTypePushButton, "Reset", "Reset");
+    defineParam(set, kOfxParamTypePushButton, "Measure", "Measure");
 
     OfxParamHandle lut = nullptr;
     p = defineParam(set, kOfxParamTypeParametric, "Lut", "Lut");
@@ -312,6 +319,35 @@ OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in)
     return s;
 }
 
+OfxStatus measure(OfxImageEffectHandle e)
+{
+    OfxPropertySetHandle clip = nullptr;
+    gEffect->clipGetHandle(e, kOfxImageEffectSimpleSourceClipName, nullptr, &clip);
+    double range[2] = {0, 0};
+    gProp->propGetDoubleN(clip, kOfxImageEffectPropFrameRange, 2, range);
+    if (!gProgress)
+        return kOfxStatErrMissingHostFeature;
+    gProgress->progressStartProgress(e, "Measuring");
+    double times[16], reds[16];
+    int found = 0;
+    for (double t = range[0]; t <= range[1] && found < 16; t += 1) {
+        Image src;
+        if (!src.fetch(e, kOfxImageEffectSimpleSourceClipName, t))
+            break;
+        times[found] = t;
+        reds[found++] = src.get(0, 0, 0);
+        if (gProgress->progressUpdate(e, (t - range[0] + 1) / (range[1] - range[0] + 1)) == kOfxStatReplyNo)
+            break;
+    }
+    gProgress->progressEndProgress(e);
+    OfxParamHandle gain = param(e, "Gain");
+    gParam->paramEditBegin(paramSetOf(e), "Measure");
+    gParam->paramDeleteAllKeys(gain);
+    for (int i = 0; i < found; ++i)
+        gParam->paramSetValueAtTime(gain, times[i], reds[i]);
+    return gParam->paramEditEnd(paramSetOf(e));
+}
+
 OfxStatus renderRamp(OfxImageEffectHandle e, OfxPropertySetHandle in)
 {
     const RenderWindow args = readRenderArgs(in);
@@ -408,6 +444,8 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
         gProp->propGetString(in, kOfxPropName, 0, &name);
         if (name && std::strcmp(name, "Reset") == 0)
             gMessage->message(e, kOfxMessageMessage, "reset", "reset pressed");
+        if (name && std::strcmp(name, "Measure") == 0)
+            return measure(e);
         return kOfxStatReplyDefault;
     }
     if (a == kOfxImageEffectActionRender)

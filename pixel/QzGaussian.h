@@ -34,6 +34,10 @@ inline double flushTiny(double v) { return std::fabs(v) < 1e-17 ? 0.0 : v; }
 // into yp and ym (n * C each, channel-interleaved); the result of sample i
 // is yp + ym. The edges behave as if the first and last samples repeated
 // for ever, so nothing outside the line is read.
+//
+// The vector form (QzGaussianVector.cpp) repeats these sums term for term
+// and in the same order, which is what keeps the two forms' results equal:
+// a change here is a change there.
 template <int C, typename T>
 void gaussianLine(const T* x, std::ptrdiff_t step, int n, const GaussianCoefficients& g, double* yp, double* ym) {
     const auto in = [&](int i, int c) { return static_cast<double>(x[i * step + c]); };

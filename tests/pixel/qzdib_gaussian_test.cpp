@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <numeric>
 #include <vector>
 
 #include "QzDib.h"
 #include "qz_test_image.h"
 #include "QzGaussian.h"
+#include "QzGaussianVector.h"
 
 namespace {
 
@@ -136,6 +139,105 @@ TEST(QzDibGaussianChannelBlur, OtherChannelsStay) {
               S_OK);
     EXPECT_NEAR(fdst.at(1, 1, 2), 0.5f, 1e-3f);
     EXPECT_EQ(fdst.at(1, 1, 0), 2.0f);
+}
+
+// Runs the plain form while it lives, where the vector one would be chosen.
+struct PlainForm {
+    PlainForm() { qz::gaussianPlainOnly = true; }
+    ~PlainForm() { qz::gaussianPlainOnly = false; }
+    PlainForm(const PlainForm&) = delete;
+    PlainForm& operator=(const PlainForm&) = delete;
+};
+
+// Deterministic noise, so that a failure names the same pixels every run.
+struct Noise {
+    uint32_t state = 12345;
+    uint32_t next() { return state = state * 1664525u + 1013904223u; }
+};
+
+template <typename T>
+HRESULT blurFloat(Image<float>& dst, const Image<T>& src, double hr, double vr) {
+    return QzDibGaussianBlur_Float(dst.px.data(), &dst.bounds, dst.stride(), nullptr, src.px.data(), &src.bounds,
+                                   src.stride(), nullptr, hr, vr, Image<T>::bpp);
+}
+
+// Blurs src with both forms through run(dst, src) and expects the same
+// bytes: the vector form takes every sample through the same operations
+// in the same order as the plain one.
+template <typename D, typename S, typename Run>
+void expectFormsAgree(const Image<S>& src, D fill, Run run, const char* what) {
+    Image<D> vector(src.w, src.h, fill), plain(src.w, src.h, fill);
+    ASSERT_EQ(run(vector, src), S_OK);
+    {
+        const PlainForm force;
+        ASSERT_EQ(run(plain, src), S_OK);
+    }
+    for (size_t i = 0; i < plain.px.size(); ++i)
+        ASSERT_EQ(std::memcmp(&vector.px[i], &plain.px[i], sizeof(D)), 0)
+            << what << " " << src.w << "x" << src.h << " at pixel " << i / 4 << " channel " << i % 4 << ": "
+            << +vector.px[i] << " vs " << +plain.px[i];
+}
+
+// The sizes leave remainders after the vector form's groups of rows and
+// blocks of columns, and lines shorter than the recursion's four taps, so
+// that its edge steps and single-line groups are compared too.
+TEST(QzDibGaussianBlur, VectorFormMatchesPlainFormToTheBit) {
+    if (!qz::gaussianVectorSelected()) GTEST_SKIP() << "this processor has no vector form";
+    struct Size {
+        int32_t w, h;
+    };
+    struct Radii {
+        double h, v;
+    };
+    for (const Size size : {Size{37, 23}, Size{1, 23}, Size{37, 1}, Size{3, 2}, Size{1, 1}, Size{17, 9}}) {
+        Noise noise;
+        Image<uint8_t> bytes(size.w, size.h, 0);
+        for (auto& v : bytes.px) v = static_cast<uint8_t>(noise.next() >> 24);
+        // Floats beyond 0 to 1 on both sides, and a corner of magnitudes
+        // whose partials fall under the flush threshold.
+        Image<float> floats(size.w, size.h, 0.0f);
+        for (auto& v : floats.px) v = static_cast<float>(noise.next() >> 8) / 8388608.0f - 0.5f;
+        for (int32_t y = 0; y < std::min(size.h, 5); ++y)
+            for (int32_t x = 0; x < std::min(size.w, 6); ++x)
+                for (int c = 0; c < 4; ++c) floats.at(x, y, c) = (x + y) % 2 ? 1e-19f : -3e-18f;
+        // An inner rectangle: rows of the image longer than the lines.
+        const RECT inner{std::min(3, size.w - 1), std::min(2, size.h - 1), std::max(size.w - 2, 1),
+                         std::max(size.h - 1, 1)};
+
+        for (const Radii r : {Radii{0, 0}, Radii{2.5, 7}, Radii{20, 20}, Radii{200, 3}}) {
+            SCOPED_TRACE(testing::Message() << "radii " << r.h << ", " << r.v);
+            const auto whole = [&](auto& d, const auto& s) { return blur(d, s, r.h, r.v); };
+            expectFormsAgree(bytes, uint8_t{0}, whole, "bytes");
+            expectFormsAgree(floats, 0.0f, whole, "floats");
+            expectFormsAgree(bytes, 0.0f, [&](auto& d, const auto& s) { return blurFloat(d, s, r.h, r.v); },
+                             "bytes to floats");
+            expectFormsAgree(bytes, uint8_t{0},
+                             [&](auto& d, const auto& s) {
+                                 d.px = s.px;
+                                 return blur(d, d, r.h, r.v);
+                             },
+                             "bytes in place");
+            expectFormsAgree(floats, 7.0f,
+                             [&](auto& d, const auto& s) {
+                                 return QzDibGaussianBlur(d.px.data(), &d.bounds, d.stride(), &inner, s.px.data(),
+                                                          &s.bounds, s.stride(), &inner, r.h, r.v, 16);
+                             },
+                             "floats in a rectangle");
+        }
+    }
+}
+
+// A NaN spreads through the recursion in both forms alike, and the flush
+// keeps it rather than clearing it.
+TEST(QzDibGaussianBlur, VectorFormCarriesNaNLikeThePlainForm) {
+    if (!qz::gaussianVectorSelected()) GTEST_SKIP() << "this processor has no vector form";
+    Image<float> src(19, 11, 0.25f);
+    src.at(9, 5, 2) = std::numeric_limits<float>::quiet_NaN();
+    expectFormsAgree(src, 0.0f, [](auto& d, const auto& s) { return blur(d, s, 3.0, 3.0); }, "floats");
+    Image<float> dst(19, 11, 0.0f);
+    ASSERT_EQ(blur(dst, src, 3.0, 3.0), S_OK);
+    EXPECT_TRUE(std::isnan(dst.at(9, 5, 2)));
+    EXPECT_FALSE(std::isnan(dst.at(9, 5, 1))) << "channels do not mix";
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 # Thin wrapper over CMake. The two commands of the README:
-#   make demo   set up, build, and render a sample through the bundle
+#   make demo   set up, build, and render the gallery of every effect
 #   make test   set up, build, and run every test
 BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo

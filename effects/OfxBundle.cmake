@@ -2,11 +2,12 @@
 # Builds a module laid out as OFX hosts on Linux expect:
 #   <BUNDLE_DIR>/Contents/Info.plist
 #   <BUNDLE_DIR>/Contents/Linux-x86-64/<NAME>.ofx
-# with the frame and the toolkit linked in and only the exported entry
-# points visible.
+# with the frame, the GPU execution layer and the toolkit linked in and
+# only the exported entry points visible.
 function(ondu1_add_ofx_bundle target name bundle_dir)
-  add_library(${target} MODULE ${ARGN} $<TARGET_OBJECTS:ondu1_frame> $<TARGET_OBJECTS:ondu1_pixel>)
-  target_link_libraries(${target} PRIVATE ondu1_frame ondu1_pixel Threads::Threads ${CMAKE_DL_LIBS})
+  add_library(${target} MODULE ${ARGN} $<TARGET_OBJECTS:ondu1_frame> $<TARGET_OBJECTS:ondu1_gpu>
+    $<TARGET_OBJECTS:ondu1_pixel>)
+  target_link_libraries(${target} PRIVATE ondu1_frame ondu1_gpu ondu1_pixel Threads::Threads ${CMAKE_DL_LIBS})
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${name}
     PREFIX ""

@@ -58,13 +58,8 @@ public:
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
         constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
-        if (!OFX::hasPixels(dstImg, bytesPerPixel) || !OFX::hasPixels(srcImg, bytesPerPixel)) return 0;
-        const OFX::RawView dst = OFX::rawView(dstImg);
-        const OFX::RawView src = OFX::rawView(srcImg);
-        const RECT window = OFX::toRECT(procWindow);
-        const HRESULT copied = QzDibCopyUnscaled(dst.base, &dst.bounds, dst.stride, &window, src.base, &src.bounds,
-                                                 src.stride, &window, bytesPerPixel);
-        if (copied < 0) return copied;
+        int status = 0;
+        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, bytesPerPixel, status)) return status;
 
         // The byte conversion back has a two-pixel vector form on CPUs with
         // AVX2; it gives the scalar results, so the scalar form serves all.

@@ -69,15 +69,12 @@ public:
 
     // Works in place on the output after a plain copy of the source.
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        if (!OFX::hasPixels(dstImg, kBytesPerPixel) || !OFX::hasPixels(srcImg, kBytesPerPixel)) return 0;
-        const OFX::RawView dst = OFX::rawView(dstImg);
-        const OFX::RawView src = OFX::rawView(srcImg);
-        const RECT window = OFX::toRECT(procWindow);
-        const HRESULT copied = QzDibCopyUnscaled(dst.base, &dst.bounds, dst.stride, &window, src.base, &src.bounds,
-                                                 src.stride, &window, kBytesPerPixel);
-        if (copied < 0) return copied;
+        int status = 0;
+        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, kBytesPerPixel, status)) return status;
 
         const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
+        const OFX::RawView dst = OFX::rawView(dstImg);
+        const RECT window = OFX::toRECT(procWindow);
         switch (zoneOf(strength)) {
         case Zone::DesaturateOnly: return sepiaRows<Zone::DesaturateOnly>(rows, dst, window);
         case Zone::PartialGreyAndTint: return sepiaRows<Zone::PartialGreyAndTint>(rows, dst, window);

@@ -8,6 +8,8 @@
 
 #include "cli/Cli.h"
 #include "ofxhost/Json.h"
+#include "ofxhost/OpenCLDevice.h"
+#include "ofxhost/OpenCLFrame.h"
 #include "ofxhost/Renderer.h"
 #include "ofxhost/Status.h"
 
@@ -38,12 +40,17 @@ std::vector<double> timeRuns(int repeat, F&& run)
 
 }  // namespace
 
-int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream&)
+int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err)
 {
     ofxhost::RenderJob job = jobFromOptions(o);
     if (!job.size && job.inputs.empty())
         job.size = std::pair{1920, 1080};
     auto plugin = s.load(o.plugin);
+    noteOpenCLFallback(*plugin, o, err);
+    // What renders: "cpu", or the OpenCL device's name.
+    const std::string device = o.openCL && ofxhost::supportsOpenCL(plugin->describe())
+                                   ? "OpenCL " + s.host().openCL()->deviceName()
+                                   : "cpu";
 
     // Without inputs the frames come from memory: a noisy premultiplied test
     // frame per input clip of the context, so no image library is needed.
@@ -106,6 +113,7 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
         j.set("depth", ofxhost::depthName(options.depth));
         j.set("order", ofxhost::orderName(options.order));
         j.set("threads", threads);
+        j.set("device", device);
         j.set("repeat", o.repeat);
         j.set("medianSeconds", renderSeconds);
         j.set("megapixelsPerSecond", rate);
@@ -115,9 +123,9 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
         return 0;
     }
     char line[256];
-    std::snprintf(line, sizeof line, "%s  %dx%d %s %s, %u threads, %d runs\n", plugin->id().c_str(), output.width(),
-                  output.height(), ofxhost::depthName(options.depth), ofxhost::orderName(options.order), threads,
-                  o.repeat);
+    std::snprintf(line, sizeof line, "%s  %dx%d %s %s, %u threads, %s, %d runs\n", plugin->id().c_str(),
+                  output.width(), output.height(), ofxhost::depthName(options.depth),
+                  ofxhost::orderName(options.order), threads, device.c_str(), o.repeat);
     out << line;
     std::snprintf(line, sizeof line, "  render  %10.1f MP/s  (median %.3f ms)\n", rate, renderSeconds * 1e3);
     out << line;

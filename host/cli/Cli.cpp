@@ -5,6 +5,8 @@
 #include <ostream>
 
 #include "ofxhost/ImageIO.h"
+#include "ofxhost/OpenCLDevice.h"
+#include "ofxhost/OpenCLFrame.h"
 #include "ofxhost/Renderer.h"
 #include "cli/Terminal.h"
 #include "ofxhost/Status.h"
@@ -37,6 +39,10 @@ Session::Session(const CliOptions& o, std::ostream& err, const std::string& exec
     }
     config.threads = o.threads;
     config.showProgress = stderrIsTerminal();
+    // Before any bundle loads: plug-ins declare OpenCL support only to a
+    // host that offers the program suite.
+    if (o.openCL)
+        config.openCL = ofxhost::OpenCLDevice::open(*o.openCL);
     host_ = std::make_shared<ofxhost::Host>(config);
 
     if (!o.bundles.empty()) {
@@ -65,6 +71,12 @@ std::vector<std::pair<std::shared_ptr<ofxhost::Bundle>, int>> Session::plugins()
 std::shared_ptr<ofxhost::Plugin> Session::load(const std::shared_ptr<ofxhost::Bundle>& bundle, int index)
 {
     return ofxhost::Plugin::load(host_, bundle, index);
+}
+
+void noteOpenCLFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostream& err)
+{
+    if (o.openCL && !ofxhost::supportsOpenCL(plugin.describe()))
+        err << "ofxrender: " << plugin.id() << " does not support OpenCL; rendering on the CPU\n";
 }
 
 std::shared_ptr<ofxhost::Plugin> Session::load(const std::string& name)
@@ -107,6 +119,8 @@ int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
                 << "\n";
             return 0;
         }
+        if (o.command == "list-devices")
+            return listDevicesCommand(out);
         Session session(o, err, executableDir);
         if (o.command == "list")
             return listCommand(session, o, out, err);

@@ -42,6 +42,12 @@ int listCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream
 int describeCommand(Session& s, const CliOptions& o, std::ostream& out);
 int renderCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err);
 int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err);
+// Platforms and devices with the indexes --opencl takes; needs no bundle.
+int listDevicesCommand(std::ostream& out);
+
+// With --opencl, says once on err when the plug-in renders on the CPU
+// because it does not declare OpenCL support.
+void noteOpenCLFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostream& err);
 
 // The render job that render and bench options describe.
 ofxhost::RenderJob jobFromOptions(const CliOptions& o);

@@ -2,6 +2,7 @@
 
 #include "cli/Cli.h"
 #include "ofxhost/Describe.h"
+#include "ofxhost/OpenCLDevice.h"
 #include "ofxhost/Status.h"
 
 using ofxhost::Error;
@@ -44,6 +45,19 @@ int describeCommand(Session& s, const CliOptions& o, std::ostream& out)
         out << ofxhost::describeJson(info).dump();
     else
         out << ofxhost::describeText(info);
+    return 0;
+}
+
+int listDevicesCommand(std::ostream& out)
+{
+    const auto platforms = ofxhost::openCLPlatforms();
+    if (platforms.empty())
+        out << "no OpenCL platform (no ICD is installed, or none loads)\n";
+    for (std::size_t p = 0; p < platforms.size(); ++p) {
+        out << p << "  \"" << platforms[p].name << "\"\n";
+        for (std::size_t d = 0; d < platforms[p].devices.size(); ++d)
+            out << "  " << p << ":" << d << "  \"" << platforms[p].devices[d] << "\"\n";
+    }
     return 0;
 }
 

@@ -42,10 +42,11 @@ const std::map<std::string, std::set<std::string>>& optionsByCommand()
 {
     static const std::set<std::string> render = {
         "--context", "-i", "-o", "--set", "--press", "--uplift", "--depth", "--order", "--size", "--frames", "--time",
-        "--render-scale", "--quality", "--row-padding", "--negative-row-bytes"};
+        "--render-scale", "--quality", "--row-padding", "--negative-row-bytes", "--opencl"};
     static const std::map<std::string, std::set<std::string>> table = {
         {"list", {"--json"}},
-        {"describe", {"--context", "--json"}},
+        {"list-devices", {}},
+        {"describe", {"--context", "--json", "--opencl"}},
         {"render", render},
         {"bench", [] {
              auto s = render;
@@ -60,6 +61,8 @@ const std::map<std::string, std::set<std::string>>& optionsByCommand()
 const std::set<std::string> kGlobal = {"--bundle", "--threads", "--host-name", "--host-version", "--log",
                                        "--help", "-h", "--version"};
 const std::set<std::string> kFlags = {"--json", "--help", "-h", "--version", "--negative-row-bytes"};
+// Flags that may carry a value, only in the "--name=value" form.
+const std::set<std::string> kOptionalValue = {"--opencl"};
 
 }  // namespace
 
@@ -103,7 +106,7 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
         if (kFlags.count(a)) {
             if (hasValue)
                 throw Error(a, "takes no value");
-        } else if (!hasValue) {
+        } else if (!hasValue && !kOptionalValue.count(a)) {
             if (i + 1 >= args.size())
                 throw Error(a, "needs a value");
             value = args[++i];
@@ -122,11 +125,11 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
     if (o.help || o.version)
         return o;
     if (o.command.empty())
-        throw Error("ofxrender", "no command given (list, describe, render or bench; see --help)");
+        throw Error("ofxrender", "no command given (list, describe, render, bench or list-devices; see --help)");
     auto cmd = optionsByCommand().find(o.command);
     if (cmd == optionsByCommand().end())
-        throw Error(o.command, "unknown command (list, describe, render or bench)");
-    const bool needsPlugin = o.command != "list";
+        throw Error(o.command, "unknown command (list, describe, render, bench or list-devices)");
+    const bool needsPlugin = o.command != "list" && o.command != "list-devices";
     if (needsPlugin) {
         if (positional.size() < 2)
             throw Error(o.command, "needs a plug-in identifier");
@@ -215,6 +218,8 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
                 throw Error(name, value + " is not a multiple of 4");
         } else if (name == "--negative-row-bytes")
             o.layout.negativeRowBytes = true;
+        else if (name == "--opencl")
+            o.openCL = value;
     }
     if (o.frames && o.time)
         throw Error("--time", "cannot go with --frames");
@@ -238,6 +243,7 @@ usage:
                    [--size WxH] [--frames A-B[xS] | --time T] [--render-scale S]
                    [--quality draft|preview|good|best]
   ofxrender bench PLUGIN [render options] [--size WxH] [--repeat N] [--json]
+  ofxrender list-devices
 
 global options:
   --bundle PATH        load this .ofx.bundle (or module); may be repeated. Without it
@@ -277,6 +283,11 @@ render options:
   --frames A-B[xS]     render frames A to B (every S-th); --time T renders one time
   --render-scale S     render at a proxy scale 0 < S <= 1
   --quality Q          render quality passed to the plug-in (default best)
+  --opencl[=P:D]       render with OpenCL on platform P, device D: each an index or a
+                       part of the name, any case (ofxrender list-devices shows both);
+                       --opencl alone takes the first device of the first platform.
+                       A plug-in that does not declare OpenCL support renders on the
+                       CPU, and ofxrender says so
   --row-padding N      test: pad every image row by N bytes (a multiple of 4)
   --negative-row-bytes test: hand images over with negative row bytes
 
@@ -288,6 +299,9 @@ bench options:
   Renders the same frame --repeat times (default 10) at --size (default 1920x1080),
   from generated test frames unless -i is given, and reports the median megapixels
   per second beside a memcpy of the same frame and the ratio of the two.
+
+list-devices:
+  Lists the OpenCL platforms and their devices with the indexes --opencl takes.
 )";
 }
 

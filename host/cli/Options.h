@@ -16,7 +16,7 @@
 namespace ofxcli {
 
 struct CliOptions {
-    std::string command;  // list, describe, render, bench; "" with --help or --version
+    std::string command;  // list, describe, render, bench, list-devices; "" with --help or --version
     std::string plugin;
     bool help = false;
     bool version = false;
@@ -41,6 +41,8 @@ struct CliOptions {
     std::string logFile;
     int repeat = 10;
     ofxhost::Layout layout;
+    // --opencl[=PLATFORM:DEVICE]: the device selection ("" for the first).
+    std::optional<std::string> openCL;
 };
 
 CliOptions parseCommandLine(const std::vector<std::string>& args);

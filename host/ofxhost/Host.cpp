@@ -106,6 +106,8 @@ Host::Host(HostConfig config)
     addSuite(kOfxProgressSuite, 2, suites::progressV2());
     addSuite(kOfxTimeLineSuite, 1, suites::timeLine());
     addSuite(kOfxTalvoKeyframeSuite, 1, suites::keyframe());
+    if (config_.openCL)
+        addSuite(kOfxOpenCLProgramSuite, 1, suites::openCLProgram());
 
     LiveHosts& l = liveHosts();
     std::lock_guard lock(l.mutex);

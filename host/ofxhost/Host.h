@@ -22,6 +22,8 @@
 
 namespace ofxhost {
 
+class OpenCLDevice;
+
 // One message from a plug-in through the message suite.
 struct Message {
     std::string pluginId;  // empty when the handle named no plug-in
@@ -50,6 +52,9 @@ struct HostConfig {
     bool printMessages = true;
     // Draw progress bars on stderr; the command line turns it on for a terminal.
     bool showProgress = false;
+    // The device of OpenCL renders; with one the host offers the OpenCL
+    // program suite, so plug-ins declare OpenCL support as they load.
+    std::shared_ptr<OpenCLDevice> openCL;
 };
 
 class Host {
@@ -64,10 +69,12 @@ public:
     OfxHost* ofxHost() { return &ofxHost_; }
     PropertySet& properties() { return props_; }
     ThreadPool& threadPool() { return pool_; }
+    // The OpenCL device, or null when the host has none.
+    OpenCLDevice* openCL() const { return config_.openCL.get(); }
 
     // A suite by name and version, or null when not offered or withheld.
     const void* fetchSuite(std::string_view name, int version) const;
-    // Offers one more suite (an extension, or OpenCL when it comes).
+    // Offers one more suite (an extension).
     void addSuite(std::string name, int version, const void* suite);
     // Every (name, version) offered now, withheld ones left out.
     std::vector<std::pair<std::string, int>> suites() const;

@@ -6,6 +6,8 @@
 #include "ofxGPURender.h"
 #include "ofxTalvo.h"
 #include "ofxhost/Context.h"
+#include "ofxhost/Host.h"
+#include "ofxhost/OpenCLFrame.h"
 #include "ofxhost/ParamText.h"
 #include "ofxhost/Plugin.h"
 #include "ofxhost/Status.h"
@@ -45,14 +47,24 @@ const char* ofxQuality(Quality q)
 
 int scaled(int size, double scale) { return std::max(1, int(std::lround(size * scale))); }
 
+// What render, identity and sequence arguments say of OpenCL: on with the
+// device's context and queue, or off.
+void defineOpenCLArgs(PropertySet& in, const OpenCLDevice* device)
+{
+    in.defineInt(kOfxImageEffectPropOpenCLEnabled, {device ? 1 : 0});
+    in.definePointer(kOfxImageEffectPropOpenCLContext, {device ? device->context() : nullptr});
+    in.definePointer(kOfxImageEffectPropOpenCLCommandQueue, {device ? device->queue() : nullptr});
+}
+
 }  // namespace
 
 // An image handed to the plug-in: a property set that keeps its pixels alive
-// until the plug-in releases it.
+// until the plug-in releases it. In an OpenCL render the pixels are the
+// device buffer clImage, rows packed, and there is no host data pointer.
 class HostImage : public PropertySet {
 public:
     HostImage(Instance& owner, std::shared_ptr<const ImageBuffer> buffer, const RenderOptions& o,
-              const std::string& id)
+              const std::string& id, cl_mem clImage)
         : owner_(owner), buffer_(std::move(buffer))
     {
         const RectI b = buffer_->bounds();
@@ -62,10 +74,11 @@ public:
         defineString(kOfxImageEffectPropPreMultiplication, {kOfxImagePreMultiplied});
         defineDouble(kOfxImageEffectPropRenderScale, {o.renderScale, o.renderScale});
         defineDouble(kOfxImagePropPixelAspectRatio, {1.0});
-        definePointer(kOfxImagePropData, {const_cast<void*>(buffer_->data())});
+        definePointer(kOfxImagePropData, {clImage ? nullptr : const_cast<void*>(buffer_->data())});
+        definePointer(kOfxImageEffectPropOpenCLImage, {clImage});
         defineInt(kOfxImagePropBounds, {b.x1, b.y1, b.x2, b.y2});
         defineInt(kOfxImagePropRegionOfDefinition, {b.x1, b.y1, b.x2, b.y2});
-        defineInt(kOfxImagePropRowBytes, {int(buffer_->rowBytes())});
+        defineInt(kOfxImagePropRowBytes, {clImage ? packedRowBytes(*buffer_) : int(buffer_->rowBytes())});
         defineString(kOfxImagePropField, {o.field});
         defineString(kOfxImagePropUniqueIdentifier, {id});
         defineString(kOfxImageEffectPropPixelOrder, {ofxOrder(buffer_->order())});
@@ -307,7 +320,17 @@ void Instance::fillRenderArgs(PropertySet& in, double time, const RenderOptions&
     in.defineInt(kOfxImageEffectPropViewsToRender, {1});
     in.defineInt(kOfxImageEffectPropRenderView, {0});
     in.defineInt(kOfxImageEffectPropOpenGLEnabled, {0});
-    in.defineInt(kOfxImageEffectPropOpenCLEnabled, {0});
+    defineOpenCLArgs(in, openCLFor(o));
+}
+
+OpenCLDevice* Instance::openCLFor(const RenderOptions& o) const
+{
+    if (!o.openCL)
+        return nullptr;
+    OpenCLDevice* device = plugin_.host().openCL();
+    if (!device)
+        throw Error("OpenCL", "this host has no OpenCL device");
+    return supportsOpenCL(*this) ? device : nullptr;
 }
 
 OfxStatus Instance::callWithRender(const char* action, const RenderContext* ctx, OfxPropertySetHandle in,
@@ -371,7 +394,10 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
         window.x2 > b.x2 || window.y2 > b.y2)
         throw Error("render window", "must be a part of the " + std::to_string(b.width()) + "x" +
                                          std::to_string(b.height()) + " output");
-    const RenderContext ctx{this, time, o, &output};
+    std::optional<OpenCLFrame> gpu;
+    if (OpenCLDevice* device = openCLFor(o))
+        gpu.emplace(*device, output);
+    const RenderContext ctx{this, time, o, &output, gpu ? &*gpu : nullptr};
     {
         std::lock_guard lock(mutex_);
         lastOptions_ = o;
@@ -395,11 +421,15 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
     // is reported as such and a benchmark times the plug-in alone.
     for (const auto& c : clips_)
         if (!c->isOutput())
-            inputFrame(*c, time, o, true);
+            if (auto frame = inputFrame(*c, time, o, true); frame && gpu)
+                gpu->input(frame);
     time_ = time;
     PropertySet in;
     fillRenderArgs(in, time, o, window);
-    return callWithRender(kOfxImageEffectActionRender, &ctx, in.handle(), nullptr);
+    const OfxStatus s = callWithRender(kOfxImageEffectActionRender, &ctx, in.handle(), nullptr);
+    if (gpu && statusPasses(s))
+        gpu->readBack();
+    return s;
 }
 
 OfxStatus Instance::isIdentity(double time, const RenderOptions& o, std::string& clipName, double& identityTime)
@@ -482,7 +512,8 @@ OfxStatus Instance::timeDomain(OfxRangeD& range)
 namespace {
 
 // The arguments of the begin and end sequence actions, which are the same.
-void defineSequenceArgs(PropertySet& in, double first, double last, double step, const RenderOptions& o)
+void defineSequenceArgs(PropertySet& in, double first, double last, double step, const RenderOptions& o,
+                        const OpenCLDevice* device)
 {
     in.defineDouble(kOfxImageEffectPropFrameRange, {first, last});
     in.defineDouble(kOfxImageEffectPropFrameStep, {step});
@@ -491,7 +522,7 @@ void defineSequenceArgs(PropertySet& in, double first, double last, double step,
     in.defineInt(kOfxImageEffectPropSequentialRenderStatus, {o.sequential ? 1 : 0});
     in.defineInt(kOfxImageEffectPropInteractiveRenderStatus, {o.interactive ? 1 : 0});
     in.defineInt(kOfxImageEffectPropOpenGLEnabled, {0});
-    in.defineInt(kOfxImageEffectPropOpenCLEnabled, {0});
+    defineOpenCLArgs(in, device);
 }
 
 }  // namespace
@@ -499,7 +530,7 @@ void defineSequenceArgs(PropertySet& in, double first, double last, double step,
 OfxStatus Instance::beginSequence(double first, double last, double step, const RenderOptions& o)
 {
     PropertySet in;
-    defineSequenceArgs(in, first, last, step, o);
+    defineSequenceArgs(in, first, last, step, o, openCLFor(o));
     setClipFormats(o);
     return callWithRender(kOfxImageEffectActionBeginSequenceRender, nullptr, in.handle(), nullptr);
 }
@@ -507,7 +538,7 @@ OfxStatus Instance::beginSequence(double first, double last, double step, const 
 OfxStatus Instance::endSequence(double first, double last, double step, const RenderOptions& o)
 {
     PropertySet in;
-    defineSequenceArgs(in, first, last, step, o);
+    defineSequenceArgs(in, first, last, step, o, openCLFor(o));
     return callWithRender(kOfxImageEffectActionEndSequenceRender, nullptr, in.handle(), nullptr);
 }
 
@@ -625,9 +656,19 @@ OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out)
         if (!buffer)
             return kOfxStatFailed;
     }
+    cl_mem clImage = nullptr;
+    if (ctx && ctx->openCL) {
+        try {
+            clImage = clip.isOutput() ? ctx->openCL->output() : ctx->openCL->input(buffer);
+        } catch (const std::exception& e) {
+            std::lock_guard lock(mutex_);
+            sourceError_ = e.what();
+            return kOfxStatFailed;
+        }
+    }
     std::lock_guard lock(mutex_);
     const std::string id = clip.name() + "@" + std::to_string(time) + "#" + std::to_string(++imageSerial_);
-    auto image = std::make_unique<HostImage>(*this, std::move(buffer), options, id);
+    auto image = std::make_unique<HostImage>(*this, std::move(buffer), options, id, clImage);
     *out = image->handle();
     images_.emplace(image->handle(), std::move(image));
     return kOfxStatOK;

@@ -24,6 +24,8 @@
 namespace ofxhost {
 
 class HostImage;
+class OpenCLDevice;
+class OpenCLFrame;
 
 enum class Quality { Draft, Preview, Good, Best };
 const char* qualityName(Quality q);  // "draft", ...
@@ -40,6 +42,10 @@ struct RenderOptions {
     std::string field = "OfxFieldNone";
     bool sequential = false;
     bool interactive = false;
+    // Render on the host's OpenCL device (packed cl_mem images) when the
+    // plug-in declares OpenCL support; on the CPU when it does not. Asking
+    // for it from a host with no device is an Error.
+    bool openCL = false;
 };
 
 // Frames of an input clip: the image at a time, or null when the clip has
@@ -64,6 +70,7 @@ struct RenderContext {
     double time;
     RenderOptions options;
     ImageBuffer* output;
+    OpenCLFrame* openCL = nullptr;  // the device buffers of an OpenCL render
 };
 
 class Instance : public EffectObject {
@@ -164,6 +171,8 @@ private:
     // not kept.
     std::shared_ptr<const ImageBuffer> inputFrame(const Clip& clip, double time, const RenderOptions& o, bool keep);
     void fillRenderArgs(PropertySet& in, double time, const RenderOptions& o, const RectI& window) const;
+    // The device that renders with these options, or null for the CPU.
+    OpenCLDevice* openCLFor(const RenderOptions& o) const;
     OfxStatus callWithRender(const char* action, const RenderContext* ctx, OfxPropertySetHandle in,
                              OfxPropertySetHandle out);
     void notifyChanged(const std::string& name, double time);

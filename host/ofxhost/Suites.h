@@ -28,5 +28,7 @@ const OfxProgressSuiteV1* progressV1();
 const OfxProgressSuiteV2* progressV2();
 const OfxTimeLineSuiteV1* timeLine();
 const OfxTalvoKeyframeSuiteV1* keyframe();
+// Offered only by a host with an OpenCL device.
+const OfxOpenCLProgramSuiteV1* openCLProgram();
 
 }  // namespace ofxhost::suites

@@ -10,13 +10,21 @@
 //         The button Measure reads the red of pixel (0, 0) at each frame of
 //         Source's range under a progress bar ("Measuring") that may cancel
 //         it, and replaces Gain's keys by those values in one edit block.
+//         With a host that offers the OpenCL program suite tint declares
+//         OpenCL support, and an OpenCL render runs modes 0 and 1 as a
+//         kernel on the host's packed buffers (mode 2 answers
+//         kOfxStatErrUnsupported there, which tells tests the path taken).
 //   ramp  Output = Color * Level.
 //   mix   Output = SourceFrom * (1 - Transition) + SourceTo * Transition.
+#define CL_TARGET_OPENCL_VERSION 120
+#include <CL/cl.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "ofxGPURender.h"
 #include "ofxImageEffect.h"
 #include "ofxMemory.h"
 #include "ofxMessage.h"
@@ -38,6 +46,7 @@ const OfxMultiThreadSuiteV1* gThread = nullptr;
 const OfxMessageSuiteV1* gMessage = nullptr;
 const OfxParametricParameterSuiteV1* gParametric = nullptr;
 const OfxProgressSuiteV1* gProgress = nullptr;
+const OfxOpenCLProgramSuiteV1* gOpenCL = nullptr;
 int gDescribeCount = 0;
 
 OfxStatus load()
@@ -53,6 +62,7 @@ OfxStatus load()
     gMessage = static_cast<const OfxMessageSuiteV1*>(fetch(kOfxMessageSuite, 1));
     gParametric = static_cast<const OfxParametricParameterSuiteV1*>(fetch(kOfxParametricParameterSuite, 1));
     gProgress = static_cast<const OfxProgressSuiteV1*>(fetch(kOfxProgressSuite, 1));
+    gOpenCL = static_cast<const OfxOpenCLProgramSuiteV1*>(fetch(kOfxOpenCLProgramSuite, 1));
     if (!gProp || !gEffect || !gParam || !gMemory || !gThread || !gMessage)
         return kOfxStatErrMissingHostFeature;
     return kOfxStatOK;
@@ -185,6 +195,8 @@ struct Image {
     bool isFloat = false;
     bool bgra = false;
 
+    cl_mem clImage = nullptr;
+
     bool fetch(OfxImageEffectHandle e, const char* clipName, double time)
     {
         OfxImageClipHandle clip = nullptr;
@@ -195,6 +207,9 @@ struct Image {
         void* p = nullptr;
         gProp->propGetPointer(handle, kOfxImagePropData, 0, &p);
         data = static_cast<unsigned char*>(p);
+        void* mem = nullptr;
+        gProp->propGetPointer(handle, kOfxImageEffectPropOpenCLImage, 0, &mem);
+        clImage = static_cast<cl_mem>(mem);
         gProp->propGetIntN(handle, kOfxImagePropBounds, 4, &bounds.x1);
         gProp->propGetInt(handle, kOfxImagePropRowBytes, 0, &rowBytes);
         char* depth = nullptr;
@@ -211,7 +226,8 @@ struct Image {
             gEffect->clipReleaseImage(handle);
     }
     // Index of channel c (0 red ... 3 alpha) of pixel (x, y) within its row.
-    int at(int x, int c) const { return (x - bounds.x1) * 4 + ((bgra && c < 3) ? 2 - c : c); }
+    int at(int x, int c) const { return (x - bounds.x1) * 4 + channel(c); }
+    int channel(int c) const { return (bgra && c < 3) ? 2 - c : c; }
     unsigned char* row(int y) const { return data + std::ptrdiff_t(y - bounds.y1) * rowBytes; }
     // Normalised value; 0 outside the bounds.
     float get(int x, int y, int c) const
@@ -286,6 +302,77 @@ void tintRows(unsigned int index, unsigned int count, void* arg)
         }
 }
 
+// Tint on packed buffers: bounds are (x1, y1, x2, y2), the window is in
+// pixels; what lies outside the source's bounds reads as zero.
+const char* const kTintKernels = R"CL(
+#define TINT(NAME, T, LOAD, STORE)                                                          \
+__kernel void NAME(__global const T* src, __global T* dst, int4 srcBounds, int4 dstBounds, \
+                   int4 window, float4 scale, float4 offset)                               \
+{                                                                                          \
+    const int x = window.x + (int)get_global_id(0), y = window.y + (int)get_global_id(1);  \
+    if (x >= window.z || y >= window.w)                                                    \
+        return;                                                                            \
+    float4 v = (float4)(0.0f);                                                             \
+    if (x >= srcBounds.x && x < srcBounds.z && y >= srcBounds.y && y < srcBounds.w)        \
+        v = LOAD(src[(y - srcBounds.y) * (srcBounds.z - srcBounds.x) + x - srcBounds.x]);  \
+    dst[(y - dstBounds.y) * (dstBounds.z - dstBounds.x) + x - dstBounds.x] =               \
+        STORE(v * scale + offset);                                                         \
+}
+#define LOAD_FLOAT(p) (p)
+#define STORE_FLOAT(v) (v)
+#define LOAD_BYTE(p) (convert_float4(p) / 255.0f)
+#define STORE_BYTE(v) convert_uchar4_sat(round((v) * 255.0f))
+TINT(tintFloat, float4, LOAD_FLOAT, STORE_FLOAT)
+TINT(tintByte, uchar4, LOAD_BYTE, STORE_BYTE)
+)CL";
+
+OfxStatus renderTintOpenCL(OfxImageEffectHandle e, OfxPropertySetHandle in, const TintJob& job, double time)
+{
+    if (job.mode == 2)
+        return kOfxStatErrUnsupported;
+    void* queue = nullptr;
+    gProp->propGetPointer(in, kOfxImageEffectPropOpenCLCommandQueue, 0, &queue);
+    Image src, dst;
+    if (!dst.fetch(e, kOfxImageEffectOutputClipName, time) || !src.fetch(e, kOfxImageEffectSimpleSourceClipName, time))
+        return kOfxStatFailed;
+    if (!queue || !src.clImage || !dst.clImage)
+        return kOfxStatErrValue;
+    // Compiled for each render: a test plug-in values simplicity over speed,
+    // and the host may hand another context next time.
+    cl_program program = nullptr;
+    if (gOpenCL->compileProgram(kTintKernels, 0, &program) != kOfxStatOK)
+        return kOfxStatFailed;
+    cl_int err = CL_SUCCESS;
+    cl_kernel kernel = clCreateKernel(program, dst.isFloat ? "tintFloat" : "tintByte", &err);
+    clReleaseProgram(program);
+    if (!kernel)
+        return kOfxStatFailed;
+    const bool gains = job.mode == 1;
+    cl_float4 scale{}, offset{};
+    for (int c = 0; c < 3; ++c) {
+        // The kernel sees channels in storage order.
+        scale.s[dst.channel(c)] = gains ? float(job.gain * job.tint[c]) : 1.0f;
+        offset.s[dst.channel(c)] = gains ? float(job.offset / 255.0) : 0.0f;
+    }
+    scale.s[3] = 1.0f;
+    const cl_int4 srcBounds{{src.bounds.x1, src.bounds.y1, src.bounds.x2, src.bounds.y2}};
+    const cl_int4 dstBounds{{dst.bounds.x1, dst.bounds.y1, dst.bounds.x2, dst.bounds.y2}};
+    const cl_int4 window{{job.window.x1, job.window.y1, job.window.x2, job.window.y2}};
+    err |= clSetKernelArg(kernel, 0, sizeof(cl_mem), &src.clImage);
+    err |= clSetKernelArg(kernel, 1, sizeof(cl_mem), &dst.clImage);
+    err |= clSetKernelArg(kernel, 2, sizeof srcBounds, &srcBounds);
+    err |= clSetKernelArg(kernel, 3, sizeof dstBounds, &dstBounds);
+    err |= clSetKernelArg(kernel, 4, sizeof window, &window);
+    err |= clSetKernelArg(kernel, 5, sizeof scale, &scale);
+    err |= clSetKernelArg(kernel, 6, sizeof offset, &offset);
+    const size_t global[2] = {size_t(job.window.x2 - job.window.x1), size_t(job.window.y2 - job.window.y1)};
+    if (err == CL_SUCCESS && global[0] && global[1])
+        err = clEnqueueNDRangeKernel(static_cast<cl_command_queue>(queue), kernel, 2, nullptr, global, nullptr, 0,
+                                     nullptr, nullptr);
+    clReleaseKernel(kernel);
+    return err == CL_SUCCESS ? kOfxStatOK : kOfxStatFailed;
+}
+
 OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in)
 {
     const RenderWindow args = readRenderArgs(in);
@@ -299,6 +386,10 @@ OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in)
         gMessage->message(e, kOfxMessageError, nullptr, "gain %g is too high", job.gain);
         return kOfxStatFailed;
     }
+    int openCL = 0;
+    gProp->propGetInt(in, kOfxImageEffectPropOpenCLEnabled, 0, &openCL);
+    if (openCL)
+        return renderTintOpenCL(e, in, job, args.time);
     Image src, dst;
     if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time))
         return kOfxStatFailed;
@@ -399,6 +490,7 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
                                  kOfxImageEffectContextGeneral);
             gProp->propSetString(effectProps(e), kOfxImageEffectPropTalvoUpliftGUID, 0,
                                  "{00000000-0000-0000-0000-000000000001}");
+            gProp->propSetString(effectProps(e), kOfxImageEffectPropOpenCLSupported, 0, gOpenCL ? "true" : "false");
         } else if (K == Kind::Ramp) {
             describeCommon(e, "Test Ramp", kOfxImageEffectContextGenerator);
         } else {

@@ -1,0 +1,70 @@
+#include "ofxhost/OpenCLFrame.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "ofxGPURender.h"
+#include "ofxhost/Effect.h"
+#include "ofxhost/Status.h"
+
+namespace ofxhost {
+
+bool supportsOpenCL(const EffectObject& effect)
+{
+    const PropertySet& p = effect.props();
+    if (!p.has(kOfxImageEffectPropOpenCLSupported))
+        return false;
+    const std::string v = p.getString(kOfxImageEffectPropOpenCLSupported);
+    return v == "true" || v == "needed";
+}
+
+OpenCLFrame::OpenCLFrame(OpenCLDevice& device, ImageBuffer& output)
+    : device_(device), renderLock_(device.renderMutex()), outputImage_(output), output_(upload(output))
+{
+}
+
+OpenCLFrame::~OpenCLFrame() { clFinish(device_.queue()); }
+
+OpenCLFrame::Buffer OpenCLFrame::upload(const ImageBuffer& image)
+{
+    const std::size_t row = std::size_t(packedRowBytes(image));
+    // OpenCL refuses buffers of no bytes; an empty image gets a token one.
+    const std::size_t size = std::max<std::size_t>(row * std::size_t(image.height()), 16);
+    std::vector<std::byte> packed(size);
+    for (int y = image.bounds().y1; y < image.bounds().y2; ++y)
+        std::memcpy(packed.data() + std::size_t(y - image.bounds().y1) * row, image.row(y), row);
+    cl_int err = CL_SUCCESS;
+    Buffer buffer(clCreateBuffer(device_.context(), CL_MEM_READ_WRITE | CL_MEM_COPY_HOST_PTR, size, packed.data(),
+                                 &err));
+    if (!buffer)
+        throw Error("OpenCL", "no " + std::to_string(size) + "-byte buffer on \"" + device_.deviceName() +
+                                  "\": " + clStatusName(err));
+    return buffer;
+}
+
+cl_mem OpenCLFrame::input(const std::shared_ptr<const ImageBuffer>& image)
+{
+    std::lock_guard lock(mutex_);
+    auto it = inputs_.find(image.get());
+    if (it == inputs_.end())
+        it = inputs_.emplace(image.get(), std::pair{image, upload(*image)}).first;
+    return it->second.second.get();
+}
+
+void OpenCLFrame::readBack()
+{
+    const ImageBuffer& image = outputImage_;
+    const std::size_t row = std::size_t(packedRowBytes(image));
+    std::vector<std::byte> packed(row * std::size_t(image.height()));
+    cl_int err = clFinish(device_.queue());
+    if (err == CL_SUCCESS && !packed.empty())
+        err = clEnqueueReadBuffer(device_.queue(), output_.get(), CL_TRUE, 0, packed.size(), packed.data(), 0,
+                                  nullptr, nullptr);
+    if (err != CL_SUCCESS)
+        throw Error("OpenCL", "reading the output back failed: " + clStatusName(err));
+    for (int y = image.bounds().y1; y < image.bounds().y2; ++y)
+        std::memcpy(outputImage_.row(y), packed.data() + std::size_t(y - image.bounds().y1) * row, row);
+}
+
+}  // namespace ofxhost

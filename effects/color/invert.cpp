@@ -1,15 +1,31 @@
 // Invert: inverts the colour channels of premultiplied pixels and mixes the
 // result back with the source by the blend amount.
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <type_traits>
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProgram.h"
 #include "QzByteDivide.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "invert.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds a byte and a float kernel, in this order.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"kd89ea7380", "k3f1c0b5e2"});
+LaunchSizeCache byteLaunch;
+LaunchSizeCache floatLaunch;
 
 const OFX::EffectDeclaration kInvert{
     "TALVO Invert", "TALVO\\Color", OFX::eContextFilter, 1910, "{C3062BE7-E69D-11D1-9AA9-00A0C99B12C5}",
@@ -100,18 +116,62 @@ private:
     }
 };
 
+// Runs on the host's packed device buffers. Any failure launches nothing and
+// leaves the output as the host gave it; the render still answers OK.
+class invertOpenCLProcessor : public invertProcessorBase {
+public:
+    invertOpenCLProcessor(OFX::ImageEffect& effect, void* context, void* queue)
+        : invertProcessorBase(effect),
+          clContext(static_cast<cl_context>(context)),
+          clQueue(static_cast<cl_command_queue>(queue)) {}
+
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        // The depth picks the kernel form; the pixel order does not matter,
+        // as each colour gets the same treatment.
+        const bool isFloat = dstImg->getPixelDepth() == OFX::eBitDepthFloat;
+        const cl_kernel kernel = program.kernel(isFloat ? 1 : 0);
+        const cl_mem src = static_cast<cl_mem>(srcImg->getOpenCLImage());
+        const cl_mem dst = static_cast<cl_mem>(dstImg->getOpenCLImage());
+        const float blendValue = static_cast<float>(blend);
+        const cl_int width = renderWindow.x2 - renderWindow.x1;
+        const cl_int height = renderWindow.y2 - renderWindow.y1;
+        if (binding.setKernelArg(kernel, 0, sizeof src, &src) != CL_SUCCESS) return;
+        if (binding.setKernelArg(kernel, 1, sizeof dst, &dst) != CL_SUCCESS) return;
+        if (binding.setKernelArg(kernel, 2, sizeof blendValue, &blendValue) != CL_SUCCESS) return;
+        if (binding.setKernelArg(kernel, 3, sizeof width, &width) != CL_SUCCESS) return;
+        if (binding.setKernelArg(kernel, 4, sizeof height, &height) != CL_SUCCESS) return;
+        const std::size_t global[2] = {static_cast<std::size_t>(width), static_cast<std::size_t>(height)};
+        launchKernel(binding, clQueue, kernel, isFloat ? floatLaunch : byteLaunch, global);
+    }
+
+    // The work is the kernel's; there are no rows to split.
+    int multiThreadProcessImages(OfxRectI) override { return 0; }
+
+private:
+    // The render's context: the buffers live in it, the launch needs only
+    // the queue.
+    cl_context clContext;
+    cl_command_queue clQueue;
+};
+
 class invertPlugin : public OFX::ImageEffect {
 public:
     explicit invertPlugin(OfxImageEffectHandle handle)
         : OFX::ImageEffect(handle),
           srcClip(fetchClip(OFX::kSourceClip)),
           dstClip(fetchClip(OFX::kOutputClip)),
-          blendAmount(fetchDoubleParam(OFX::kBlendAmountParam)) {}
+          blendAmount(fetchDoubleParam(OFX::kBlendAmountParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            invertOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<invertProcessor>(*this, *dstClip, args);
     }
 
@@ -143,6 +203,12 @@ private:
 class invertPluginFactory : public OFX::PluginFactoryHelper<invertPluginFactory> {
 public:
     invertPluginFactory() : OFX::PluginFactoryHelper<invertPluginFactory>("talvo.effects:invert", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kInvert); }
 

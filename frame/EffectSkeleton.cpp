@@ -102,6 +102,29 @@ DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow
     return param;
 }
 
+DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row,
+                                    const GroupParamDescriptor& group) {
+    DoubleParamDescriptor* param = defineSlider(desc, row);
+    param->setParent(group);
+    return param;
+}
+
+GroupParamDescriptor* defineGroup(ImageEffectDescriptor& desc, const char* name, const char* label) {
+    GroupParamDescriptor* group = desc.defineGroupParam(name);
+    group->setLabels(label, label, label);
+    return group;
+}
+
+RGBAParamDescriptor* defineColor(ImageEffectDescriptor& desc, const char* name, const char* label,
+                                 const char* scriptName, double grey) {
+    RGBAParamDescriptor* param = desc.defineRGBAParam(name);
+    param->setLabels(label, label, label);
+    param->setScriptName(scriptName);
+    param->setDefault(grey, grey, grey, 1.0);
+    param->setAnimates(true);
+    return param;
+}
+
 DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc) {
     DoubleParamDescriptor* param =
         defineSlider(desc, {kBlendAmountParam, "Blend amount", "blendamount", 1.0, 0.0, 1.0, 0.1});

@@ -69,6 +69,16 @@ struct SliderRow {
     double displayMin = 0.0, displayMax = 0.0;
 };
 DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row);
+// The same, inside a group of the panel.
+DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row,
+                                    const GroupParamDescriptor& group);
+
+// A group of the panel; the label serves all three label lengths.
+GroupParamDescriptor* defineGroup(ImageEffectDescriptor& desc, const char* name, const char* label);
+
+// An animated RGBA colour, opaque grey `grey` by default.
+RGBAParamDescriptor* defineColor(ImageEffectDescriptor& desc, const char* name, const char* label,
+                                 const char* scriptName, double grey);
 
 // The mix of an effect's result with its source: 1 is the full effect.
 DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc);

@@ -313,17 +313,6 @@ private:
     OFX::DoubleParam* gridOffsetY;
 };
 
-OFX::GroupParamDescriptor* defineGroup(OFX::ImageEffectDescriptor& desc, const char* name, const char* label) {
-    OFX::GroupParamDescriptor* group = desc.defineGroupParam(name);
-    group->setLabels(label, label, label);
-    return group;
-}
-
-void defineGroupedSlider(OFX::ImageEffectDescriptor& desc, const OFX::SliderRow& row,
-                         const OFX::GroupParamDescriptor& group) {
-    OFX::defineSlider(desc, row)->setParent(group);
-}
-
 void defineSwitch(OFX::ImageEffectDescriptor& desc, const char* name, const char* label, const char* scriptName,
                   const OFX::GroupParamDescriptor& group) {
     OFX::BooleanParamDescriptor* param = desc.defineBooleanParam(name);
@@ -332,15 +321,6 @@ void defineSwitch(OFX::ImageEffectDescriptor& desc, const char* name, const char
     param->setDefault(true);
     param->setAnimates(true);
     param->setParent(group);
-}
-
-void defineColor(OFX::ImageEffectDescriptor& desc, const char* name, const char* label, const char* scriptName,
-                 double grey) {
-    OFX::RGBAParamDescriptor* param = desc.defineRGBAParam(name);
-    param->setLabels(label, label, label);
-    param->setScriptName(scriptName);
-    param->setDefault(grey, grey, grey, 1.0);
-    param->setAnimates(true);
 }
 
 class checkerboardPluginFactory : public OFX::PluginFactoryHelper<checkerboardPluginFactory> {
@@ -354,23 +334,23 @@ public:
         OFX::defineGeneratorOutput(desc);
         // Fractions of the frame's width and height; the smallest is still
         // at least one pixel once drawn.
-        const OFX::GroupParamDescriptor& tiles = *defineGroup(desc, kTileDimensionsGroup, "Tile dimensions");
-        defineGroupedSlider(desc, {kTileWidthParam, "Width", "tiledimensionswidth", 0.1, 0.001, 1.0, 0.1}, tiles);
-        defineGroupedSlider(desc, {kTileHeightParam, "Height", "tiledimensionsheight", 0.1, 0.001, 1.0, 0.1}, tiles);
+        const OFX::GroupParamDescriptor& tiles = *OFX::defineGroup(desc, kTileDimensionsGroup, "Tile dimensions");
+        OFX::defineSlider(desc, {kTileWidthParam, "Width", "tiledimensionswidth", 0.1, 0.001, 1.0, 0.1}, tiles);
+        OFX::defineSlider(desc, {kTileHeightParam, "Height", "tiledimensionsheight", 0.1, 0.001, 1.0, 0.1}, tiles);
         defineSwitch(desc, kTileSquareParam, "Square", "tiledimensionssquare", tiles);
         // Fractions of a tile.
-        const OFX::GroupParamDescriptor& blending = *defineGroup(desc, kEdgeBlendingGroup, "Edge blending");
-        defineGroupedSlider(desc, {kBlendHorizontalParam, "Horizontal", "edgeblendinghorizontal", 0.0, 0.0, 1.0, 0.1},
+        const OFX::GroupParamDescriptor& blending = *OFX::defineGroup(desc, kEdgeBlendingGroup, "Edge blending");
+        OFX::defineSlider(desc, {kBlendHorizontalParam, "Horizontal", "edgeblendinghorizontal", 0.0, 0.0, 1.0, 0.1},
                             blending);
-        defineGroupedSlider(desc, {kBlendVerticalParam, "Vertical", "edgeblendingvertical", 0.0, 0.0, 1.0, 0.1},
+        OFX::defineSlider(desc, {kBlendVerticalParam, "Vertical", "edgeblendingvertical", 0.0, 0.0, 1.0, 0.1},
                             blending);
         defineSwitch(desc, kBlendProportionalParam, "Proportional", "edgeblendingproportional", blending);
-        defineColor(desc, kColor1Param, "Color 1", "color1", 0.0);
-        defineColor(desc, kColor2Param, "Color 2", "color2", 1.0);
+        OFX::defineColor(desc, kColor1Param, "Color 1", "color1", 0.0);
+        OFX::defineColor(desc, kColor2Param, "Color 2", "color2", 1.0);
         // Fractions of the frame.
-        const OFX::GroupParamDescriptor& offset = *defineGroup(desc, kGridOffsetGroup, "Grid offset");
-        defineGroupedSlider(desc, {kGridOffsetXParam, "X", "gridoffsetx", 0.0, 0.0, 1.0, 0.1}, offset);
-        defineGroupedSlider(desc, {kGridOffsetYParam, "Y", "gridoffsety", 0.0, 0.0, 1.0, 0.1}, offset);
+        const OFX::GroupParamDescriptor& offset = *OFX::defineGroup(desc, kGridOffsetGroup, "Grid offset");
+        OFX::defineSlider(desc, {kGridOffsetXParam, "X", "gridoffsetx", 0.0, 0.0, 1.0, 0.1}, offset);
+        OFX::defineSlider(desc, {kGridOffsetYParam, "Y", "gridoffsety", 0.0, 0.0, 1.0, 0.1}, offset);
         OFX::finishEffectDescription(desc, kCheckerboard);
     }
 

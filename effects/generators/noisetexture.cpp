@@ -504,26 +504,6 @@ private:
     OFX::DoubleParam* falloff;
 };
 
-OFX::GroupParamDescriptor* defineGroup(OFX::ImageEffectDescriptor& desc, const char* name, const char* label) {
-    OFX::GroupParamDescriptor* group = desc.defineGroupParam(name);
-    group->setLabels(label, label, label);
-    return group;
-}
-
-void defineGroupedSlider(OFX::ImageEffectDescriptor& desc, const OFX::SliderRow& row,
-                         const OFX::GroupParamDescriptor& group) {
-    OFX::defineSlider(desc, row)->setParent(group);
-}
-
-void defineColor(OFX::ImageEffectDescriptor& desc, const char* name, const char* label, const char* scriptName,
-                 double grey) {
-    OFX::RGBAParamDescriptor* param = desc.defineRGBAParam(name);
-    param->setLabels(label, label, label);
-    param->setScriptName(scriptName);
-    param->setDefault(grey, grey, grey, 1.0);
-    param->setAnimates(true);
-}
-
 class noisetexturePluginFactory : public OFX::PluginFactoryHelper<noisetexturePluginFactory> {
 public:
     noisetexturePluginFactory()
@@ -544,26 +524,26 @@ public:
         swap->setScriptName("swapcolors");
         swap->setDefault(false);
         swap->setAnimates(true);
-        defineColor(desc, kColor1Param, "Color 1", "color1", 0.0);
-        defineColor(desc, kColor2Param, "Color 2", "color2", 1.0);
+        OFX::defineColor(desc, kColor1Param, "Color 1", "color1", 0.0);
+        OFX::defineColor(desc, kColor2Param, "Color 2", "color2", 1.0);
         // Cells across the frame's width; the vertical is measured in widths
         // too.
-        const OFX::GroupParamDescriptor& frequency = *defineGroup(desc, kFrequencyGroup, "Frequency");
-        defineGroupedSlider(desc, {kFrequencyXParam, "X", "frequencyx", 10.0, 0.001, 30.0, 0.1}, frequency);
-        defineGroupedSlider(desc, {kFrequencyYParam, "Y", "frequencyy", 10.0, 0.001, 30.0, 0.1}, frequency);
+        const OFX::GroupParamDescriptor& frequency = *OFX::defineGroup(desc, kFrequencyGroup, "Frequency");
+        OFX::defineSlider(desc, {kFrequencyXParam, "X", "frequencyx", 10.0, 0.001, 30.0, 0.1}, frequency);
+        OFX::defineSlider(desc, {kFrequencyYParam, "Y", "frequencyy", 10.0, 0.001, 30.0, 0.1}, frequency);
         // Frame widths; the progress moves through the noise's third axis.
-        const OFX::GroupParamDescriptor& offset = *defineGroup(desc, kOffsetGroup, "Offset");
-        defineGroupedSlider(desc, {kOffsetXParam, "X", "offsetx", 0.0, -5.0, 5.0, 0.1}, offset);
-        defineGroupedSlider(desc, {kOffsetYParam, "Y", "offsety", 0.0, -5.0, 5.0, 0.1}, offset);
-        defineGroupedSlider(
+        const OFX::GroupParamDescriptor& offset = *OFX::defineGroup(desc, kOffsetGroup, "Offset");
+        OFX::defineSlider(desc, {kOffsetXParam, "X", "offsetx", 0.0, -5.0, 5.0, 0.1}, offset);
+        OFX::defineSlider(desc, {kOffsetYParam, "Y", "offsety", 0.0, -5.0, 5.0, 0.1}, offset);
+        OFX::defineSlider(
             desc, {kProgressParam, "Progress (in degrees)", "offsetprogressindegrees", 0.0, 0.0, 10.0, 0.1}, offset);
-        const OFX::GroupParamDescriptor& noise = *defineGroup(desc, kNoiseParametersGroup, "Noise parameters");
-        defineGroupedSlider(desc, {kMinParam, "Min", "noiseparametersmin", 0.0, 0.0, 1.0, 0.1}, noise);
-        defineGroupedSlider(desc, {kMaxParam, "Max", "noiseparametersmax", 1.0, 0.0, 1.0, 0.1}, noise);
-        defineGroupedSlider(desc, {kBiasParam, "Bias", "noiseparametersbias", 0.0, -1.0, 1.0, 0.1}, noise);
-        defineGroupedSlider(desc, {kAmplitudeParam, "Amplitude", "noiseparametersamplitude", 1.0, 0.0, 10.0, 0.1},
+        const OFX::GroupParamDescriptor& noise = *OFX::defineGroup(desc, kNoiseParametersGroup, "Noise parameters");
+        OFX::defineSlider(desc, {kMinParam, "Min", "noiseparametersmin", 0.0, 0.0, 1.0, 0.1}, noise);
+        OFX::defineSlider(desc, {kMaxParam, "Max", "noiseparametersmax", 1.0, 0.0, 1.0, 0.1}, noise);
+        OFX::defineSlider(desc, {kBiasParam, "Bias", "noiseparametersbias", 0.0, -1.0, 1.0, 0.1}, noise);
+        OFX::defineSlider(desc, {kAmplitudeParam, "Amplitude", "noiseparametersamplitude", 1.0, 0.0, 10.0, 0.1},
                             noise);
-        defineGroupedSlider(desc,
+        OFX::defineSlider(desc,
                             {kFalloffParam, "Grain (amplitude falloff)", "noiseparametersgrainamplitudefalloff", 0.5,
                              0.0, 1.0, 0.1},
                             noise);

@@ -9,6 +9,7 @@
 #include "QzRect.h"
 #include "QzRound.h"
 #include "QzScaleRows.h"
+#include "QzSubPixel.h"
 
 namespace qz {
 
@@ -95,24 +96,6 @@ std::vector<Sample> samples(const ScaleAxis& a, intptr_t pitch) {
     return out;
 }
 
-// The arithmetic of QzGetSubPixel32Fast and QzGetSubPixel128Fast, with the
-// right and lower neighbours at explicit offsets so that they can be clamped.
-void sample4(uint8_t* o, const uint8_t* a, const uint8_t* b, intptr_t n, uint32_t fx, uint32_t fy) {
-    const uint32_t w10 = ((kOne - fy) * fx) >> 4, w11 = (fx * fy) >> 4;
-    const uint32_t w01 = ((kOne - fx) * fy) >> 4, w00 = ((kOne - fy) * (kOne - fx)) >> 4;
-    for (int c = 0; c < 4; ++c)
-        o[c] = static_cast<uint8_t>((a[c] * w00 + a[c + n] * w10 + b[c] * w01 + b[c + n] * w11 + 0x800000u) >> 24);
-}
-
-void sample4(float* o, const uint8_t* a, const uint8_t* b, intptr_t n, uint32_t fx, uint32_t fy) {
-    const float wx = static_cast<float>(fx) * 6.1035156e-5f, wy = static_cast<float>(fy) * 6.1035156e-5f;
-    const float w10 = (1.0f - wy) * wx, w11 = wx * wy, w01 = (1.0f - wx) * wy, w00 = (1.0f - wy) * (1.0f - wx);
-    const auto* p = reinterpret_cast<const float*>(a);
-    const auto* q = reinterpret_cast<const float*>(b);
-    const intptr_t m = n / 4;
-    for (int c = 0; c < 4; ++c) o[c] = p[c] * w00 + p[c + m] * w10 + q[c] * w01 + q[c + m] * w11;
-}
-
 // A partly covered pixel: d = s * c + d * (1 - c), c in 1/2^28, rounded.
 void layOver(uint8_t* d, const uint8_t* s, int64_t cover) {
     for (int c = 0; c < 4; ++c)
@@ -139,7 +122,8 @@ void bilinearRows(const QzSubpixelParam& p, const std::vector<Sample>& xs, const
             const Sample& sx = xs[i];
             const uint8_t* a = p.src + sy.at + sx.at;
             T s[4];
-            sample4(s, a, a + sy.next, sx.next, sx.f, sy.f);
+            // Neighbours at explicit offsets, so that they can be clamped.
+            sampleFour(s, a, a + sy.next, sx.next, sx.f, sy.f);
             const int64_t cover = int64_t{sx.cover} * sy.cover;
             if (cover == kFullCover) {
                 std::memcpy(out, s, sizeof s);

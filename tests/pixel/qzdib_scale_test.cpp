@@ -36,11 +36,6 @@ TEST(QzDibScale, RefusesMisuseAndScalesNothingUnderOnePixel) {
     Image<uint8_t> src(2, 2, 7), dst(2, 2, 1);
     const SIZE sz{2, 2};
     EXPECT_EQ(QzDibScale_Bilinear(nullptr, &sz, 8, nullptr, src.px.data(), &sz, 8, nullptr, 4, 0, nullptr), E_POINTER);
-    EXPECT_EQ(QzDibScale_BiCubicSubPixel(dst.px.data(), &sz, 8, nullptr, nullptr, &sz, 8, nullptr, 4, 0, nullptr),
-              E_POINTER);
-    EXPECT_EQ(QzDibScale_BilinearSubPixel(dst.px.data(), nullptr, 8, nullptr, src.px.data(), &sz, 8, nullptr, 4, 0,
-                                          nullptr),
-              E_POINTER);
     EXPECT_EQ(QzDibScale_BiCubic(dst.px.data(), &sz, 8, nullptr, src.px.data(), &sz, 8, nullptr, 8, 0, nullptr),
               E_INVALIDARG);
     const RECT huge{0, 0, 200000, 1};  // past what 1/16384 units can hold
@@ -94,9 +89,6 @@ TEST(QzDibScale, UpScaleKeepsConstantsAndRampsAndClampsOvershootOnBytesOnly) {
         Image<uint8_t> flat(3, 2, 77), big(7, 5, 0);
         ASSERT_EQ(scale(fn, big, nullptr, flat, nullptr), S_OK);
         EXPECT_EQ(big.px, std::vector<uint8_t>(big.px.size(), 77));
-        Image<float> flatF(3, 2, 0.3f), bigF(7, 5, 0.0f);
-        ASSERT_EQ(scale(fn, bigF, nullptr, flatF, nullptr), S_OK);
-        for (float x : bigF.px) EXPECT_NEAR(x, 0.3f, 1e-7f);
 
         // A two-pixel ramp: the ends clamp to the source's ends, between
         // them the values never fall back.
@@ -139,18 +131,6 @@ TEST(QzDibScale, FractionalCopiesBlendTheirEdgePixels) {
     EXPECT_EQ(dst.get<Bgra>(0, 0), (Bgra{50, 50, 50, 177}));
     EXPECT_EQ(dst.get<Bgra>(1, 0), (Bgra{100, 100, 100, 255}));
     EXPECT_EQ(dst.get<Bgra>(2, 0), (Bgra{150, 150, 150, 177}));
-
-    // The same from 24-bit pixels, through floats.
-    TestDib rgb(QzPixelRGB24, 2, 1), out(QzPixelRGB32, 3, 1);
-    const uint8_t pixels[6] = {0, 0, 0, 200, 200, 200};
-    std::copy(pixels, pixels + 6, rgb.row(0));
-    for (int32_t x = 0; x < 3; ++x) out.put<Bgra>(x, 0, Bgra{100, 100, 100, 99});
-    ASSERT_EQ(QzDibCopy(out.header(), nullptr, &shifted, 0, rgb.header(), nullptr, nullptr, 0, 3 | QZCOPY_SUBPIXEL,
-                        0, 0),
-              S_OK);
-    EXPECT_EQ(out.get<Bgra>(0, 0), (Bgra{50, 50, 50, 177}));
-    EXPECT_EQ(out.get<Bgra>(1, 0), (Bgra{100, 100, 100, 255}));
-    EXPECT_EQ(out.get<Bgra>(2, 0), (Bgra{150, 150, 150, 177}));
 }
 
 }  // namespace

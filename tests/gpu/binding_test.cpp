@@ -81,10 +81,8 @@ TEST(OpenCLBinding, InitEmptiesTheBindingAndLoadsWhatTheRuntimeHas) {
         EXPECT_EQ(binding.entries.clCreateKernel, nullptr);
         GTEST_SKIP() << "no OpenCL runtime on this machine";
     }
-    EXPECT_NE(binding.entries.clGetPlatformIDs, nullptr);
     EXPECT_NE(binding.entries.clCreateKernel, nullptr);
     EXPECT_NE(binding.entries.clEnqueueNDRangeKernel, nullptr);
-    EXPECT_NE(binding.entries.clGetKernelWorkGroupInfo, nullptr);
 
     initBinding(binding);  // again, as a reload does
     EXPECT_NE(binding.entries.clSetKernelArg, nullptr);

@@ -11,14 +11,6 @@ namespace {
 
 const char* const kWords[] = {"__kernel", "void", "k0123456789(", "__global", "float*", "v)", "{", "}"};
 
-TEST(KernelStore, JoinPutsOneBlankBehindEveryWord) {
-    const std::uint8_t stream[] = {0, 1, 2, 3, 4, 5, 6, 7};
-    const std::string expected = "__kernel void k0123456789( __global float* v) { } ";
-    std::vector<char> buffer(expected.size() + 1, '\0');
-    joinKernelText(kWords, std::span<const std::uint8_t>(stream), buffer);
-    EXPECT_EQ(std::string(buffer.data()), expected);
-}
-
 TEST(KernelStore, JoinStopsAtTheEndOfTheBuffer) {
     // A stated length that is too short must not write past the buffer.
     const std::uint8_t stream[] = {0, 1, 2};

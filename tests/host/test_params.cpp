@@ -38,23 +38,6 @@ TEST_F(ParamTest, DefineRefusesUnknownTypesAndTakenNames)
               kOfxStatErrBadHandle);
 }
 
-TEST_F(ParamTest, EveryTypeHasItsPublishedProperties)
-{
-    for (const auto& t : paramTypes()) {
-        Param& p = define(t.ofxName, t.ofxName);
-        EXPECT_EQ(p.props().getString(kOfxParamPropType), t.ofxName);
-        EXPECT_EQ(p.props().getString(kOfxParamPropScriptName), t.ofxName);
-        EXPECT_TRUE(p.props().has(kOfxParamPropSecret));
-        EXPECT_TRUE(p.props().has(kOfxParamPropParent));
-        if (t.dims > 0) {
-            EXPECT_TRUE(p.props().has(kOfxParamPropDefault)) << t.ofxName;
-        }
-        if (t.kind == ValueKind::Double || t.kind == ValueKind::Int) {
-            EXPECT_EQ(p.props().dimension(kOfxParamPropMin), t.dims) << t.ofxName;
-        }
-    }
-}
-
 TEST_F(ParamTest, VariadicValuesOfEachShape)
 {
     Param& i2 = define(kOfxParamTypeInteger2D, "I2");

@@ -1,16 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <map>
-#include <sstream>
-
-#include <unistd.h>
 
 #include "EffectTest.h"
-#include "cli/Cli.h"
 #include "ofxImageEffect.h"
 #include "ofxTalvo.h"
-#include "ofxhost/ImageIO.h"
 
 using namespace ondu1test;
 using ofxhost::Depth;
@@ -233,31 +227,6 @@ TEST_F(BrightnessAndContrastAnalysis, EachFrameWritesKeysThatTheRenderFollows) {
     lastFrame = 1;
     inst->press("DoAnalysis", 1.0);
     EXPECT_EQ(keys("Brightness"), (std::vector<double>{1}));
-}
-
-// ofxrender with a pressed analysis over a sequence of files: the darkest
-// and brightest levels of the media come out at 15 and 235.
-TEST_F(BrightnessAndContrastAnalysis, CommandLineRunsTheAnalysisOverASequence) {
-    if (!ofxhost::imageFilesSupported()) GTEST_SKIP() << "built without OpenImageIO";
-    const auto dir = std::filesystem::temp_directory_path() / ("bc-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir);
-    for (int t = 1; t <= 3; ++t)
-        ofxhost::writeImage((dir / ("seq.000" + std::to_string(t) + ".tif")).string(),
-                            rowImage(kFrames[t - 1], Depth::Byte));
-    std::ostringstream out, err;
-    const int status = ofxcli::runCli({"render", "brightnessandcontrast", "-i", (dir / "seq.#.tif").string(),
-                                       "--frames", "1-3", "--press", "DoAnalysis", "-o", (dir / "out.#.tif").string(),
-                                       "--bundle", kBundle},
-                                      out, err);
-    ASSERT_EQ(status, 0) << err.str();
-    const auto first = ofxhost::readImage((dir / "out.0001.tif").string(), Depth::Byte);
-    const auto last = ofxhost::readImage((dir / "out.0003.tif").string(), Depth::Byte);
-    // Truncation of a float sum may take the ends one level down. Between
-    // them, frame 1's level 30 goes to 30 * 220 / 255 + 15 = 40.9.
-    EXPECT_NEAR(last.byteAt(0, 0, 0), 15, 1);
-    EXPECT_NEAR(last.byteAt(2, 0, 0), 235, 1);
-    EXPECT_EQ(first.byteAt(0, 0, 0), 40);
-    std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -60,15 +60,7 @@ TEST_F(NoiseTextureTest, DescribesItsParameters) {
     expectParamTable(
         *plugin, "generator",
         {
-            {"NoiseStyle",
-             "Noise style",
-             "noisestyle",
-             "Choice",
-             "0",
-             {},
-             {},
-             {},
-             "",
+            {"NoiseStyle", "Noise style", "noisestyle", "Choice", "0", {}, {}, {}, "",
              {"Fractal - smooth", "Fractal - turbulent", "Marble - light grain", "Marble - heavy grain",
               "Jagged lines", "Contours", "Rings"}},
             slider("NumberOfLayers", "Number of layers", "numberoflayers", "1", 1, 5, ""),

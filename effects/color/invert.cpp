@@ -1,7 +1,6 @@
 // Invert: inverts the colour channels of premultiplied pixels and mixes the
 // result back with the source by the blend amount.
 #include <algorithm>
-#include <cstddef>
 #include <memory>
 #include <type_traits>
 
@@ -10,6 +9,7 @@
 #include "KernelStore.h"
 #include "LaunchSize.h"
 #include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
 #include "OpenCLProgram.h"
 #include "QzByteDivide.h"
 #include "RawView.h"
@@ -116,43 +116,18 @@ private:
     }
 };
 
-// Runs on the host's packed device buffers. Any failure launches nothing and
-// leaves the output as the host gave it; the render still answers OK.
-class invertOpenCLProcessor : public invertProcessorBase {
+class invertOpenCLProcessor : public OpenCLProcessor<invertProcessorBase> {
 public:
-    invertOpenCLProcessor(OFX::ImageEffect& effect, void* context, void* queue)
-        : invertProcessorBase(effect),
-          clContext(static_cast<cl_context>(context)),
-          clQueue(static_cast<cl_command_queue>(queue)) {}
+    using OpenCLProcessor::OpenCLProcessor;
 
+    // Each colour gets the same treatment, so the pixel order does not
+    // matter.
     void process() override {
         if (!dstImg || !srcImg) return;
-        // The depth picks the kernel form; the pixel order does not matter,
-        // as each colour gets the same treatment.
-        const bool isFloat = dstImg->getPixelDepth() == OFX::eBitDepthFloat;
-        const cl_kernel kernel = program.kernel(isFloat ? 1 : 0);
-        const cl_mem src = static_cast<cl_mem>(srcImg->getOpenCLImage());
-        const cl_mem dst = static_cast<cl_mem>(dstImg->getOpenCLImage());
-        const float blendValue = static_cast<float>(blend);
-        const cl_int width = renderWindow.x2 - renderWindow.x1;
-        const cl_int height = renderWindow.y2 - renderWindow.y1;
-        if (binding.setKernelArg(kernel, 0, sizeof src, &src) != CL_SUCCESS) return;
-        if (binding.setKernelArg(kernel, 1, sizeof dst, &dst) != CL_SUCCESS) return;
-        if (binding.setKernelArg(kernel, 2, sizeof blendValue, &blendValue) != CL_SUCCESS) return;
-        if (binding.setKernelArg(kernel, 3, sizeof width, &width) != CL_SUCCESS) return;
-        if (binding.setKernelArg(kernel, 4, sizeof height, &height) != CL_SUCCESS) return;
-        const std::size_t global[2] = {static_cast<std::size_t>(width), static_cast<std::size_t>(height)};
-        launchKernel(binding, clQueue, kernel, isFloat ? floatLaunch : byteLaunch, global);
+        const bool isFloat = floatOutput();
+        launchOverWindow(binding, program.kernel(isFloat ? 1 : 0), isFloat ? floatLaunch : byteLaunch, buffer(srcImg),
+                         buffer(dstImg), static_cast<float>(blend), windowWidth(), windowHeight());
     }
-
-    // The work is the kernel's; there are no rows to split.
-    int multiThreadProcessImages(OfxRectI) override { return 0; }
-
-private:
-    // The render's context: the buffers live in it, the launch needs only
-    // the queue.
-    cl_context clContext;
-    cl_command_queue clQueue;
 };
 
 class invertPlugin : public OFX::ImageEffect {

@@ -55,6 +55,10 @@ struct HostConfig {
     // The device of OpenCL renders; with one the host offers the OpenCL
     // program suite, so plug-ins declare OpenCL support as they load.
     std::shared_ptr<OpenCLDevice> openCL;
+    // Options for the device compiler of every program the suite builds; none
+    // by default. The effects' kernels agree with their processors under the
+    // default options only: "-cl-fast-relaxed-math", say, gives that up.
+    std::string openCLBuildOptions;
 };
 
 class Host {

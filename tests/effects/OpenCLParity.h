@@ -1,0 +1,39 @@
+// Renders of an effect on the host's OpenCL device against its processor
+// renders. Every test here skips, saying why, where no OpenCL platform
+// exists.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "EffectTest.h"
+#include "ofxhost/OpenCLDevice.h"
+
+namespace ondu1test {
+
+inline const char* const kNoOpenCL = "no OpenCL platform (install an ICD, e.g. pocl-opencl-icd)";
+
+// One device for the test program, made on first use (contexts are slow to
+// make on some platforms); null where no platform exists.
+std::shared_ptr<ofxhost::OpenCLDevice> openCLDevice();
+
+// A quiet host rendering on that device.
+std::shared_ptr<ofxhost::Host> openCLHost(ofxhost::HostConfig config = {});
+
+// Renders frame 0 in the variant on the processor and through OpenCL, and
+// expects bytes to agree exactly and floats within `floatTolerance`
+// (absolute, on the 0..1 scale). The OpenCL output starts as a fill that no
+// effect would draw whole (NaN in float), so a kernel that writes nothing
+// fails. `what` names the case in failures.
+void expectOpenCLParity(ofxhost::Instance& instance, const Variant& variant, const std::string& what,
+                        double floatTolerance = 1e-6);
+
+// The same, for the four variants.
+void expectOpenCLParity(ofxhost::Instance& instance, const std::string& what, double floatTolerance = 1e-6);
+
+// A test name suffix for a variant ("Byte_RGBA").
+std::string variantTestName(const ::testing::TestParamInfo<Variant>& info);
+
+}  // namespace ondu1test

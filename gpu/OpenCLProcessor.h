@@ -26,6 +26,11 @@ public:
     OpenCLProcessor(OFX::ImageEffect& effect, void* context, void* queue)
         : Base(effect), clContext(static_cast<cl_context>(context)), clQueue(static_cast<cl_command_queue>(queue)) {}
 
+    // The pixel order of the images, for effects whose result depends on
+    // which component is red: their kernels come in a form per order, as
+    // their processors do.
+    void setPixelOrderBGRA(bool value) { bgra = value; }
+
     // The work is the kernels'; there are no rows to split.
     int multiThreadProcessImages(OfxRectI) override { return 0; }
 
@@ -57,4 +62,5 @@ protected:
     // queue.
     cl_context clContext;
     cl_command_queue clQueue;
+    bool bgra = false;
 };

@@ -2,6 +2,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <type_traits>
 #include <ostream>
 #include <sstream>
 #include <vector>
@@ -38,6 +41,97 @@ std::vector<double> timeRuns(int repeat, F&& run)
     return seconds;
 }
 
+
+// A median time and the frame rate it gives, in megapixels a second.
+struct Figure {
+    double seconds = 0.0;
+    double rate = 0.0;
+};
+
+// Runs once to warm up (first-use allocations and caches stay out of the
+// figures), then `repeat` times.
+template <class F>
+Figure medianRate(int repeat, double megapixels, F&& run)
+{
+    run();
+    const double seconds = median(timeRuns(repeat, run));
+    return {seconds, seconds > 0 ? megapixels / seconds : 0.0};
+}
+
+double ratio(const Figure& a, const Figure& b) { return b.rate > 0 ? a.rate / b.rate : 0.0; }
+
+void printFigure(std::ostream& out, const char* what, const Figure& f, const char* of = nullptr, double r = 0.0)
+{
+    char line[160];
+    int n = std::snprintf(line, sizeof line, "  %-14s %10.1f MP/s  (median %.3f ms)", what, f.rate, f.seconds * 1e3);
+    if (of)
+        std::snprintf(line + n, sizeof line - std::size_t(n), "  %.3f %s", r, of);
+    out << line << '\n';
+}
+
+void checkedRender(ofxhost::Plugin& plugin, ofxhost::Instance& instance, double time,
+                   const ofxhost::RenderOptions& options, ofxhost::ImageBuffer& output)
+{
+    const OfxStatus st = instance.render(time, options, output);
+    if (st != kOfxStatOK && st != kOfxStatReplyDefault)
+        throw Error(plugin.id(), "render action returned " + ofxhost::statusName(st), st);
+}
+
+// The device's figures: the whole render as a host sees it (upload, kernels,
+// read-back), the kernels alone on buffers already on the device, and a
+// buffer-to-buffer copy of the frame, the bandwidth the device can reach.
+struct OpenCLFigures {
+    Figure render, kernel, copy;
+};
+
+struct ReleaseBuffer {
+    void operator()(cl_mem m) const { clReleaseMemObject(m); }
+};
+using DeviceBuffer = std::unique_ptr<std::remove_pointer_t<cl_mem>, ReleaseBuffer>;
+
+DeviceBuffer deviceBuffer(ofxhost::OpenCLDevice& device, std::size_t bytes)
+{
+    cl_int err = CL_SUCCESS;
+    DeviceBuffer buffer(clCreateBuffer(device.context(), CL_MEM_READ_WRITE, bytes, nullptr, &err));
+    if (!buffer)
+        throw Error("OpenCL", "no " + std::to_string(bytes) + "-byte buffer on \"" + device.deviceName() +
+                                  "\": " + ofxhost::clStatusName(err));
+    return buffer;
+}
+
+void checkCL(cl_int err, const char* what)
+{
+    if (err != CL_SUCCESS)
+        throw Error("OpenCL", std::string(what) + " failed: " + ofxhost::clStatusName(err));
+}
+
+OpenCLFigures benchOpenCL(ofxhost::OpenCLDevice& device, int repeat, double megapixels, ofxhost::Plugin& plugin,
+                          ofxhost::Instance& instance, double time, ofxhost::RenderOptions options,
+                          ofxhost::ImageBuffer& output)
+{
+    options.openCL = true;
+    OpenCLFigures f;
+    f.render = medianRate(repeat, megapixels, [&] { checkedRender(plugin, instance, time, options, output); });
+    {
+        ofxhost::OpenCLFrame frame(device, output);
+        f.kernel = medianRate(repeat, megapixels, [&] {
+            const OfxStatus st = instance.renderResident(time, options, frame);
+            if (st != kOfxStatOK && st != kOfxStatReplyDefault)
+                throw Error(plugin.id(), "render action returned " + ofxhost::statusName(st), st);
+            frame.finish();
+        });
+    }
+    const std::size_t bytes = std::max<std::size_t>(output.pixelCount() * std::size_t(output.pixelBytes()), 16);
+    const DeviceBuffer from = deviceBuffer(device, bytes);
+    const DeviceBuffer to = deviceBuffer(device, bytes);
+    f.copy = medianRate(repeat, megapixels, [&] {
+        checkCL(clEnqueueCopyBuffer(device.queue(), from.get(), to.get(), 0, 0, bytes, 0, nullptr, nullptr),
+                "the device copy");
+        checkCL(clFinish(device.queue()), "the device copy");
+    });
+    return f;
+}
+
 }  // namespace
 
 int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err)
@@ -47,10 +141,10 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
         job.size = std::pair{1920, 1080};
     auto plugin = s.load(o.plugin);
     noteOpenCLFallback(*plugin, o, err);
-    // What renders: "cpu", or the OpenCL device's name.
-    const std::string device = o.openCL && ofxhost::supportsOpenCL(plugin->describe())
-                                   ? "OpenCL " + s.host().openCL()->deviceName()
-                                   : "cpu";
+    // Measured beside the processor: the OpenCL device, when the effect
+    // renders with it.
+    const bool onDevice = o.openCL && ofxhost::supportsOpenCL(plugin->describe());
+    const std::string device = onDevice ? "OpenCL " + s.host().openCL()->deviceName() : "cpu";
 
     // Without inputs the frames come from memory: a noisy premultiplied test
     // frame per input clip of the context, so no image library is needed.
@@ -80,29 +174,26 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
     const double time = job.times.front();
     instance->setTime(time);
     ofxhost::ImageBuffer output = instance->makeOutput(options);
-
-    auto renderOnce = [&] {
-        const OfxStatus st = instance->render(time, options, output);
-        if (st != kOfxStatOK && st != kOfxStatReplyDefault)
-            throw Error(plugin->id(), "render action returned " + ofxhost::statusName(st), st);
-    };
-    renderOnce();  // warm-up: first-use allocations and caches stay out of the figures
-    const double renderSeconds = median(timeRuns(o.repeat, renderOnce));
-
     const std::size_t bytes = output.pixelCount() * std::size_t(output.pixelBytes());
+    const double megapixels = double(output.pixelCount()) / 1e6;
+
+    // The processor's figures, with the machine's threads, beside a memcpy of
+    // the frame: the memory bandwidth a point filter can at best reach.
+    ofxhost::RenderOptions cpuOptions = options;
+    cpuOptions.openCL = false;
+    const Figure cpu =
+        medianRate(o.repeat, megapixels, [&] { checkedRender(*plugin, *instance, time, cpuOptions, output); });
     std::vector<unsigned char> from(bytes, 1), to(bytes);
-    auto copyOnce = [&] {
+    const Figure memcpyFigure = medianRate(o.repeat, megapixels, [&] {
         std::memcpy(to.data(), from.data(), bytes);
         // Keeps the copy from being optimised away.
         from[bytes / 2] = to[bytes / 3];
-    };
-    copyOnce();
-    const double copySeconds = median(timeRuns(o.repeat, copyOnce));
+    });
 
-    const double megapixels = double(output.pixelCount()) / 1e6;
-    const double rate = renderSeconds > 0 ? megapixels / renderSeconds : 0.0;
-    const double copyRate = copySeconds > 0 ? megapixels / copySeconds : 0.0;
-    const double ratio = copyRate > 0 ? rate / copyRate : 0.0;
+    std::optional<OpenCLFigures> gpu;
+    if (onDevice)
+        gpu = benchOpenCL(*s.host().openCL(), o.repeat, megapixels, *plugin, *instance, time, options, output);
+
     const unsigned threads = s.host().threadPool().size();
     if (o.json) {
         ofxhost::Json j = ofxhost::Json::object();
@@ -115,24 +206,37 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
         j.set("threads", threads);
         j.set("device", device);
         j.set("repeat", o.repeat);
-        j.set("medianSeconds", renderSeconds);
-        j.set("megapixelsPerSecond", rate);
-        j.set("memcpyMegapixelsPerSecond", copyRate);
-        j.set("ratioToMemcpy", ratio);
+        j.set("medianSeconds", cpu.seconds);
+        j.set("megapixelsPerSecond", cpu.rate);
+        j.set("memcpyMegapixelsPerSecond", memcpyFigure.rate);
+        j.set("ratioToMemcpy", ratio(cpu, memcpyFigure));
+        if (gpu) {
+            ofxhost::Json g = ofxhost::Json::object();
+            g.set("renderSeconds", gpu->render.seconds);
+            g.set("renderMegapixelsPerSecond", gpu->render.rate);
+            g.set("renderRatioToDeviceCopy", ratio(gpu->render, gpu->copy));
+            g.set("kernelSeconds", gpu->kernel.seconds);
+            g.set("kernelMegapixelsPerSecond", gpu->kernel.rate);
+            g.set("kernelRatioToDeviceCopy", ratio(gpu->kernel, gpu->copy));
+            g.set("deviceCopySeconds", gpu->copy.seconds);
+            g.set("deviceCopyMegapixelsPerSecond", gpu->copy.rate);
+            j.set("openCL", std::move(g));
+        }
         out << j.dump();
         return 0;
     }
-    char line[256];
+    char line[320];
     std::snprintf(line, sizeof line, "%s  %dx%d %s %s, %u threads, %s, %d runs\n", plugin->id().c_str(),
                   output.width(), output.height(), ofxhost::depthName(options.depth),
                   ofxhost::orderName(options.order), threads, device.c_str(), o.repeat);
     out << line;
-    std::snprintf(line, sizeof line, "  render  %10.1f MP/s  (median %.3f ms)\n", rate, renderSeconds * 1e3);
-    out << line;
-    std::snprintf(line, sizeof line, "  memcpy  %10.1f MP/s  (median %.3f ms)\n", copyRate, copySeconds * 1e3);
-    out << line;
-    std::snprintf(line, sizeof line, "  ratio   %10.3f of memcpy\n", ratio);
-    out << line;
+    printFigure(out, "CPU render", cpu, "of memcpy", ratio(cpu, memcpyFigure));
+    printFigure(out, "memcpy", memcpyFigure);
+    if (gpu) {
+        printFigure(out, "OpenCL render", gpu->render, "of device copy", ratio(gpu->render, gpu->copy));
+        printFigure(out, "OpenCL kernel", gpu->kernel, "of device copy", ratio(gpu->kernel, gpu->copy));
+        printFigure(out, "device copy", gpu->copy);
+    }
     return 0;
 }
 

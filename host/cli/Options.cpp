@@ -298,7 +298,10 @@ render options:
 bench options:
   Renders the same frame --repeat times (default 10) at --size (default 1920x1080),
   from generated test frames unless -i is given, and reports the median megapixels
-  per second beside a memcpy of the same frame and the ratio of the two.
+  per second beside a memcpy of the same frame and the ratio of the two. With
+  --opencl it adds the device's whole render (upload, kernels, read-back), its
+  kernels alone on resident buffers, and a device buffer copy of the frame, with
+  the ratio of each render figure to that copy.
 
 list-devices:
   Lists the OpenCL platforms and their devices with the indexes --opencl takes.

@@ -386,7 +386,31 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
 {
     if (output.depth() != o.depth || output.order() != o.order)
         throw Error("render", "the output image is not in the render's depth and order");
-    RectI window = o.window.value_or(output.bounds());
+    const RectI window = checkedWindow(o, output);
+    std::optional<OpenCLFrame> gpu;
+    if (OpenCLDevice* device = openCLFor(o))
+        gpu.emplace(*device, output);
+    const OfxStatus s = renderInto(time, o, output, window, gpu ? &*gpu : nullptr);
+    if (gpu && statusPasses(s))
+        gpu->readBack();
+    return s;
+}
+
+OfxStatus Instance::renderResident(double time, const RenderOptions& options, OpenCLFrame& frame)
+{
+    RenderOptions o = options;
+    o.openCL = true;
+    if (!openCLFor(o))
+        throw Error("OpenCL", "the effect does not render with OpenCL");
+    ImageBuffer& output = frame.outputImage();
+    if (output.depth() != o.depth || output.order() != o.order)
+        throw Error("render", "the output image is not in the render's depth and order");
+    return renderInto(time, o, output, checkedWindow(o, output), &frame);
+}
+
+RectI Instance::checkedWindow(const RenderOptions& o, const ImageBuffer& output)
+{
+    const RectI window = o.window.value_or(output.bounds());
     const RectI b = output.bounds();
     // An empty window is legal (a host may ask for nothing), one reaching
     // outside the output is not.
@@ -394,10 +418,13 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
         window.x2 > b.x2 || window.y2 > b.y2)
         throw Error("render window", "must be a part of the " + std::to_string(b.width()) + "x" +
                                          std::to_string(b.height()) + " output");
-    std::optional<OpenCLFrame> gpu;
-    if (OpenCLDevice* device = openCLFor(o))
-        gpu.emplace(*device, output);
-    const RenderContext ctx{this, time, o, &output, gpu ? &*gpu : nullptr};
+    return window;
+}
+
+OfxStatus Instance::renderInto(double time, const RenderOptions& o, ImageBuffer& output, const RectI& window,
+                               OpenCLFrame* gpu)
+{
+    const RenderContext ctx{this, time, o, &output, gpu};
     {
         std::lock_guard lock(mutex_);
         lastOptions_ = o;
@@ -426,10 +453,7 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
     time_ = time;
     PropertySet in;
     fillRenderArgs(in, time, o, window);
-    const OfxStatus s = callWithRender(kOfxImageEffectActionRender, &ctx, in.handle(), nullptr);
-    if (gpu && statusPasses(s))
-        gpu->readBack();
-    return s;
+    return callWithRender(kOfxImageEffectActionRender, &ctx, in.handle(), nullptr);
 }
 
 OfxStatus Instance::isIdentity(double time, const RenderOptions& o, std::string& clipName, double& identityTime)

@@ -119,6 +119,11 @@ public:
     ImageBuffer makeOutput(const RenderOptions& options) const;
     // Renders one frame into output (its depth and order must be the options').
     OfxStatus render(double time, const RenderOptions& options, ImageBuffer& output);
+    // Renders on the device into the frame's output buffer, with no read-back:
+    // inputs uploaded by an earlier call stay on the device, so repeated calls
+    // time the plug-in's device work alone. The frame's finish() waits for
+    // it. Throws Error when the effect does not render with OpenCL.
+    OfxStatus renderResident(double time, const RenderOptions& options, OpenCLFrame& frame);
     OfxStatus isIdentity(double time, const RenderOptions& options, std::string& clip, double& identityTime);
     OfxStatus regionOfDefinition(double time, double renderScale, OfxRectD& rod);
     OfxStatus regionsOfInterest(double time, double renderScale, const OfxRectD& roi, PropertySet& out);
@@ -164,6 +169,10 @@ private:
     using CacheKey = std::tuple<std::string, double, Depth, PixelOrder, int, bool, double>;
 
     void setClipFormats(const RenderOptions& o);
+    // The options' window, checked to lie within the output. Throws Error.
+    static RectI checkedWindow(const RenderOptions& o, const ImageBuffer& output);
+    OfxStatus renderInto(double time, const RenderOptions& o, ImageBuffer& output, const RectI& window,
+                         OpenCLFrame* gpu);
     const RenderContext* findRender(double time) const;
     // The input's frame in the options' format. Frames read for a render are
     // kept until a render of another time, so that the plug-in's fetch finds

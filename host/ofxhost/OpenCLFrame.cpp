@@ -52,6 +52,12 @@ cl_mem OpenCLFrame::input(const std::shared_ptr<const ImageBuffer>& image)
     return it->second.second.get();
 }
 
+void OpenCLFrame::finish()
+{
+    if (const cl_int err = clFinish(device_.queue()); err != CL_SUCCESS)
+        throw Error("OpenCL", "the device's work failed: " + clStatusName(err));
+}
+
 void OpenCLFrame::readBack()
 {
     const ImageBuffer& image = outputImage_;

@@ -35,12 +35,15 @@ public:
 
     OpenCLDevice& device() const { return device_; }
     cl_mem output() const { return output_.get(); }
+    ImageBuffer& outputImage() const { return outputImage_; }
     // The buffer of an input image, uploaded on first use; the frame keeps
     // the image alive while it keys a buffer. Thread-safe. Throws Error.
     cl_mem input(const std::shared_ptr<const ImageBuffer>& image);
     // Waits for the plug-in's work and copies the output buffer into the
     // output image. Throws Error.
     void readBack();
+    // Waits for the plug-in's work alone. Throws Error.
+    void finish();
 
 private:
     struct Release {

@@ -13,6 +13,7 @@
 #include "ofxhost/Context.h"
 #include "ofxhost/Instance.h"
 #include "ofxhost/OpenCLDevice.h"
+#include "ofxhost/OpenCLFrame.h"
 #include "ofxhost/Status.h"
 
 using namespace ofxhost;
@@ -168,6 +169,19 @@ TEST_P(OpenCLRender, MatchesTheCpuRender)
                 ASSERT_NEAR(actual.rgba(x, y)[c], expected.rgba(x, y)[c], tolerance)
                     << "pixel " << x << "," << y << " channel " << c;
 
+    // A resident render, as bench times it, leaves the result on the device
+    // until it is read back.
+    const ImageBuffer seeded = ImageBuffer::testFrame(13, 7, depth, order, 9, cpu.layout);
+    ImageBuffer resident = seeded.clone();
+    {
+        OpenCLFrame frame(*sharedDevice(), resident);
+        ASSERT_EQ(inst->renderResident(0, gpu, frame), kOfxStatOK);
+        frame.finish();
+        EXPECT_TRUE(resident.samePixels(seeded));
+        frame.readBack();
+    }
+    EXPECT_TRUE(resident.samePixels(actual));
+
     // The thread-index mode has no kernel: its refusal shows the device path was taken.
     inst->setValueText("Mode", "2");
     EXPECT_EQ(inst->render(0, cpu, expected), kOfxStatOK);
@@ -234,7 +248,14 @@ TEST(OpenCLCli, BenchesOnTheDeviceOrSaysItFallsBack)
     CliRun r = runCli({"bench", "tint", "--size", "16x8", "--repeat", "1", "--opencl=0:0"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find(", OpenCL " + openCLPlatforms()[0].devices[0] + ","), std::string::npos) << r.out;
+    for (const char* line : {"  CPU render ", "  OpenCL render ", "  OpenCL kernel ", "  device copy "})
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << " in\n" << r.out;
     EXPECT_EQ(r.err, "");
+    r = runCli({"bench", "tint", "--size", "16x8", "--repeat", "1", "--opencl", "--json"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const char* key : {"\"ratioToMemcpy\"", "\"renderRatioToDeviceCopy\"", "\"kernelRatioToDeviceCopy\"",
+                            "\"deviceCopyMegapixelsPerSecond\""})
+        EXPECT_NE(r.out.find(key), std::string::npos) << key;
     r = runCli({"bench", "ramp", "--size", "16x8", "--repeat", "2", "--opencl"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.err, "ofxrender: ondu1.test:ramp does not support OpenCL; rendering on the CPU\n");

@@ -154,4 +154,43 @@ std::shared_ptr<OpenCLDevice> OpenCLDevice::open(std::string_view selection)
     return dev;
 }
 
+
+OpenCLDevice::~OpenCLDevice()
+{
+    for (const auto& [size, buffer] : spare_)
+        clReleaseMemObject(buffer);
+}
+
+cl_mem OpenCLDevice::takeBuffer(std::size_t size)
+{
+    {
+        std::lock_guard lock(spareMutex_);
+        for (auto it = spare_.begin(); it != spare_.end(); ++it) {
+            if (it->first == size) {
+                const cl_mem buffer = it->second;
+                spare_.erase(it);
+                return buffer;
+            }
+        }
+    }
+    cl_int err = CL_SUCCESS;
+    const cl_mem buffer = clCreateBuffer(context(), CL_MEM_READ_WRITE, size, nullptr, &err);
+    if (!buffer)
+        throw Error("OpenCL", "no " + std::to_string(size) + "-byte buffer on \"" + deviceName_ + "\": " +
+                                  clStatusName(err));
+    return buffer;
+}
+
+void OpenCLDevice::recycleBuffer(cl_mem buffer, std::size_t size)
+{
+    // Enough for the output and the inputs of one render of a transition.
+    constexpr std::size_t kKept = 4;
+    std::lock_guard lock(spareMutex_);
+    spare_.emplace_back(size, buffer);
+    if (spare_.size() > kKept) {
+        clReleaseMemObject(spare_.front().second);
+        spare_.erase(spare_.begin());
+    }
+}
+
 }  // namespace ofxhost

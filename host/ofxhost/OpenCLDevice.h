@@ -6,11 +6,13 @@
 
 #include <CL/cl.h>
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace ofxhost {
@@ -50,6 +52,16 @@ public:
     // renders on one device go one at a time.
     std::mutex& renderMutex() { return renderMutex_; }
 
+    // A device buffer of exactly `size` bytes, contents undefined: one kept
+    // from an earlier render when there is one, else a new one. Frames of a
+    // sequence are alike, and a fresh frame-sized buffer costs an allocation
+    // and its page faults on every render. Throws Error.
+    cl_mem takeBuffer(std::size_t size);
+    // Keeps a buffer from takeBuffer for reuse (a few at most) or releases it.
+    void recycleBuffer(cl_mem buffer, std::size_t size);
+
+    ~OpenCLDevice();
+
 private:
     OpenCLDevice() = default;
 
@@ -68,6 +80,8 @@ private:
     std::unique_ptr<std::remove_pointer_t<cl_context>, ReleaseContext> context_;
     std::unique_ptr<std::remove_pointer_t<cl_command_queue>, ReleaseQueue> queue_;
     std::mutex renderMutex_;
+    std::mutex spareMutex_;  // guards spare_
+    std::vector<std::pair<std::size_t, cl_mem>> spare_;
 };
 
 }  // namespace ofxhost

@@ -19,6 +19,13 @@ bool supportsOpenCL(const EffectObject& effect)
     return v == "true" || v == "needed";
 }
 
+namespace {
+
+// Rows bottom first with no padding: the host image is the device layout.
+bool isPacked(const ImageBuffer& image) { return image.rowBytes() == packedRowBytes(image); }
+
+}  // namespace
+
 OpenCLFrame::OpenCLFrame(OpenCLDevice& device, ImageBuffer& output)
     : device_(device), renderLock_(device.renderMutex()), outputImage_(output), output_(upload(output))
 {
@@ -31,15 +38,21 @@ OpenCLFrame::Buffer OpenCLFrame::upload(const ImageBuffer& image)
     const std::size_t row = std::size_t(packedRowBytes(image));
     // OpenCL refuses buffers of no bytes; an empty image gets a token one.
     const std::size_t size = std::max<std::size_t>(row * std::size_t(image.height()), 16);
-    std::vector<std::byte> packed(size);
-    for (int y = image.bounds().y1; y < image.bounds().y2; ++y)
-        std::memcpy(packed.data() + std::size_t(y - image.bounds().y1) * row, image.row(y), row);
-    cl_int err = CL_SUCCESS;
-    Buffer buffer(clCreateBuffer(device_.context(), CL_MEM_READ_WRITE | CL_MEM_COPY_HOST_PTR, size, packed.data(),
-                                 &err));
-    if (!buffer)
-        throw Error("OpenCL", "no " + std::to_string(size) + "-byte buffer on \"" + device_.deviceName() +
-                                  "\": " + clStatusName(err));
+    // An image already packed bottom row first is copied as it is.
+    const void* pixels = image.data();
+    std::vector<std::byte> packed;
+    if (!isPacked(image) || size != row * std::size_t(image.height())) {
+        packed.resize(size);
+        for (int y = image.bounds().y1; y < image.bounds().y2; ++y)
+            std::memcpy(packed.data() + std::size_t(y - image.bounds().y1) * row, image.row(y), row);
+        pixels = packed.data();
+    }
+    Buffer buffer(device_.takeBuffer(size), Recycle{&device_, size});
+    if (const cl_int err = clEnqueueWriteBuffer(device_.queue(), buffer.get(), CL_TRUE, 0, size, pixels, 0, nullptr,
+                                                nullptr);
+        err != CL_SUCCESS)
+        throw Error("OpenCL", "uploading a " + std::to_string(size) + "-byte image to \"" + device_.deviceName() +
+                                  "\" failed: " + clStatusName(err));
     return buffer;
 }
 
@@ -62,15 +75,18 @@ void OpenCLFrame::readBack()
 {
     const ImageBuffer& image = outputImage_;
     const std::size_t row = std::size_t(packedRowBytes(image));
-    std::vector<std::byte> packed(row * std::size_t(image.height()));
+    const std::size_t size = row * std::size_t(image.height());
+    const bool direct = isPacked(image);
+    std::vector<std::byte> packed(direct ? 0 : size);
     cl_int err = clFinish(device_.queue());
-    if (err == CL_SUCCESS && !packed.empty())
-        err = clEnqueueReadBuffer(device_.queue(), output_.get(), CL_TRUE, 0, packed.size(), packed.data(), 0,
-                                  nullptr, nullptr);
+    if (err == CL_SUCCESS && size > 0)
+        err = clEnqueueReadBuffer(device_.queue(), output_.get(), CL_TRUE, 0, size,
+                                  direct ? outputImage_.data() : packed.data(), 0, nullptr, nullptr);
     if (err != CL_SUCCESS)
         throw Error("OpenCL", "reading the output back failed: " + clStatusName(err));
-    for (int y = image.bounds().y1; y < image.bounds().y2; ++y)
-        std::memcpy(outputImage_.row(y), packed.data() + std::size_t(y - image.bounds().y1) * row, row);
+    if (!direct)
+        for (int y = image.bounds().y1; y < image.bounds().y2; ++y)
+            std::memcpy(outputImage_.row(y), packed.data() + std::size_t(y - image.bounds().y1) * row, row);
 }
 
 }  // namespace ofxhost

@@ -3,6 +3,7 @@
 // padding), and the output read back into the host's image at the end.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -46,10 +47,13 @@ public:
     void finish();
 
 private:
-    struct Release {
-        void operator()(cl_mem m) const { clReleaseMemObject(m); }
+    // Hands the buffer back to the device for the next render.
+    struct Recycle {
+        OpenCLDevice* device;
+        std::size_t size;
+        void operator()(cl_mem m) const { device->recycleBuffer(m, size); }
     };
-    using Buffer = std::unique_ptr<std::remove_pointer_t<cl_mem>, Release>;
+    using Buffer = std::unique_ptr<std::remove_pointer_t<cl_mem>, Recycle>;
     Buffer upload(const ImageBuffer& image);
 
     OpenCLDevice& device_;

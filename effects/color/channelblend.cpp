@@ -3,13 +3,32 @@
 // colour: the group named red reads and writes the first component in
 // memory, which on a blue-first pixel is blue. The result stays a valid
 // premultiplied pixel: alpha is held to 0..1 and each colour to 0..alpha.
+#include <cstddef>
 #include <memory>
+#include <utility>
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "channelblend.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds a byte and a float kernel, in this order; the groups go by
+// memory position, so the storage order needs no kernel of its own.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k848d3e676", "kd25d96974"});
+LaunchSizeCache byteLaunch;
+LaunchSizeCache floatLaunch;
 
 const OFX::EffectDeclaration kChannelBlend{
     "TALVO Channel Blend", "TALVO\\Utility", OFX::eContextFilter, 1230, "{0BC15B73-83B9-11D4-9F67-00485481BD31}", true,
@@ -114,6 +133,28 @@ private:
     }
 };
 
+class channelblendOpenCLProcessor : public OpenCLProcessor<channelblendProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        const bool isFloat = floatOutput();
+        launch(program.kernel(isFloat ? 1 : 0), isFloat ? floatLaunch : byteLaunch,
+               std::make_index_sequence<kGroups * kTerms>());
+    }
+
+private:
+    // After the buffers: the 20 terms (normalised here already), group by
+    // group, each group's four weights then its offset, as floats; then the
+    // window's width and height.
+    template <std::size_t... I>
+    void launch(cl_kernel kernel, LaunchSizeCache& cache, std::index_sequence<I...>) {
+        launchOverWindow(binding, kernel, cache, buffer(srcImg), buffer(dstImg),
+                         static_cast<float>(weights[I / kTerms][I % kTerms])..., windowWidth(), windowHeight());
+    }
+};
+
 class channelblendPlugin : public OFX::ImageEffect {
 public:
     explicit channelblendPlugin(OfxImageEffectHandle handle)
@@ -123,15 +164,19 @@ public:
           normalize(fetchBooleanParam(kNormalizeParam)) {
         for (int g = 0; g < kGroups; ++g)
             for (int t = 0; t < kTerms; ++t) weights[g][t] = fetchDoubleParam(kWeightParams[g][t]);
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
     }
 
     // The formula goes by memory position, so the pixel order changes
     // nothing and one instance per depth serves both orders; the frame's
     // dispatch by order would build the BGRA instances for no purpose.
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            channelblendOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            setupAndProcess(processor, args);
+            return;
+        }
         if (dstClip->getPixelComponents() != OFX::ePixelComponentRGBA) return;
         switch (dstClip->getPixelDepth()) {
         case OFX::eBitDepthUByte: {
@@ -177,6 +222,12 @@ class channelblendPluginFactory : public OFX::PluginFactoryHelper<channelblendPl
 public:
     channelblendPluginFactory()
         : OFX::PluginFactoryHelper<channelblendPluginFactory>("talvo.effects:channelblend", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kChannelBlend); }
 

@@ -9,10 +9,26 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "colorbalance.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// result depends on which component is red, so there is a kernel per depth
+// and storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"kc2da69c00", "k8cf90441b", "k0810d9ff8", "kec0e15b08"});
+LaunchSizeCache launches[4];
 
 const OFX::EffectDeclaration kColorBalance{
     "TALVO Color Balance", "TALVO\\Color", OFX::eContextFilter, 1060, "{C3062BEC-E69D-11D1-9AA9-00A0C99B12C5}",
@@ -155,6 +171,21 @@ private:
     }
 };
 
+class colorbalanceOpenCLProcessor : public OpenCLProcessor<colorbalanceProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    // The sliders go as the processor holds them, Red, Green, Blue; each
+    // kernel gives them to the colours as its depth's processor does.
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
+        launchOverWindow(binding, program.kernel(index), launches[index], buffer(srcImg), buffer(dstImg), red, green,
+                         blue, static_cast<cl_int>(type), static_cast<cl_int>(preserveLuminosity ? 1 : 0),
+                         windowWidth(), windowHeight());
+    }
+};
+
 class colorbalancePlugin : public OFX::ImageEffect {
 public:
     explicit colorbalancePlugin(OfxImageEffectHandle handle)
@@ -165,12 +196,18 @@ public:
           green(fetchDoubleParam(kGreenParam)),
           blue(fetchDoubleParam(kBlueParam)),
           type(fetchChoiceParam(kTypeParam)),
-          preserveLuminosity(fetchBooleanParam(kPreserveLuminosityParam)) {}
+          preserveLuminosity(fetchBooleanParam(kPreserveLuminosityParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            colorbalanceOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<colorbalanceProcessor>(*this, *dstClip, args);
     }
 
@@ -205,6 +242,12 @@ class colorbalancePluginFactory : public OFX::PluginFactoryHelper<colorbalancePl
 public:
     colorbalancePluginFactory()
         : OFX::PluginFactoryHelper<colorbalancePluginFactory>("talvo.effects:colorbalance", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kColorBalance); }
 

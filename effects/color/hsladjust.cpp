@@ -9,9 +9,25 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "hsladjust.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. Hue
+// depends on which component is red, so there is a kernel per depth and
+// storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k1293792e6", "kfcf345abd", "ke4d06c2af", "k5e1c5563a"});
+LaunchSizeCache launches[4];
 
 const OFX::EffectDeclaration kHSLAdjust{
     "TALVO HSL Adjust", "TALVO\\Color", OFX::eContextFilter, 1680, "{B432972D-E08D-11D2-BF8A-006097C9EBF7}",
@@ -118,6 +134,20 @@ private:
     }
 };
 
+class hsladjustOpenCLProcessor : public OpenCLProcessor<hsladjustProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
+        const cl_float4 change{{static_cast<float>(hue), static_cast<float>(saturation),
+                                static_cast<float>(luminance), 0.0f}};
+        launchOverWindow(binding, program.kernel(index), launches[index], buffer(srcImg), buffer(dstImg), change,
+                         windowWidth(), windowHeight());
+    }
+};
+
 class hsladjustPlugin : public OFX::ImageEffect {
 public:
     explicit hsladjustPlugin(OfxImageEffectHandle handle)
@@ -126,12 +156,18 @@ public:
           dstClip(fetchClip(OFX::kOutputClip)),
           addToHue(fetchDoubleParam(kAddToHueParam)),
           saturation(fetchDoubleParam(kSaturationParam)),
-          luminance(fetchDoubleParam(kLuminanceParam)) {}
+          luminance(fetchDoubleParam(kLuminanceParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            hsladjustOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<hsladjustProcessor>(*this, *dstClip, args);
     }
 
@@ -162,6 +198,12 @@ private:
 class hsladjustPluginFactory : public OFX::PluginFactoryHelper<hsladjustPluginFactory> {
 public:
     hsladjustPluginFactory() : OFX::PluginFactoryHelper<hsladjustPluginFactory>("talvo.effects:hsladjust", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kHSLAdjust); }
 

@@ -7,9 +7,25 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "labadjust.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. L*a*b*
+// depends on which component is red, so there is a kernel per depth and
+// storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k12a8acfc4", "kfcb8ef671", "k0d1dbcf7c", "k5db2d01e8"});
+LaunchSizeCache launches[4];
 
 // The effect has no older form, so no uplift GUID.
 const OFX::EffectDeclaration kLABAdjust{
@@ -150,6 +166,22 @@ private:
     }
 };
 
+class labadjustOpenCLProcessor : public OpenCLProcessor<labadjustProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    // The change as the processor prepares it: lightness factor, a and b
+    // offsets, invert flag, chroma factor.
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
+        launchOverWindow(binding, program.kernel(index), launches[index], buffer(srcImg), buffer(dstImg),
+                         static_cast<float>(lightness), static_cast<float>(channelA * 100.0),
+                         static_cast<float>(channelB * 100.0), static_cast<cl_int>(invertLuminance ? 1 : 0),
+                         static_cast<float>(1.0 - desaturate), windowWidth(), windowHeight());
+    }
+};
+
 class labadjustPlugin : public OFX::ImageEffect {
 public:
     explicit labadjustPlugin(OfxImageEffectHandle handle)
@@ -160,12 +192,18 @@ public:
           channelA(fetchDoubleParam(kChannelAParam)),
           channelB(fetchDoubleParam(kChannelBParam)),
           invertLuminance(fetchBooleanParam(kInvertLuminanceParam)),
-          desaturate(fetchDoubleParam(kDesaturateParam)) {}
+          desaturate(fetchDoubleParam(kDesaturateParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            labadjustOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<labadjustProcessor>(*this, *dstClip, args);
     }
 
@@ -199,6 +237,12 @@ private:
 class labadjustPluginFactory : public OFX::PluginFactoryHelper<labadjustPluginFactory> {
 public:
     labadjustPluginFactory() : OFX::PluginFactoryHelper<labadjustPluginFactory>("talvo.effects:labadjust", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kLABAdjust); }
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -22,11 +23,18 @@ std::shared_ptr<ofxhost::OpenCLDevice> openCLDevice();
 // A quiet host rendering on that device.
 std::shared_ptr<ofxhost::Host> openCLHost(ofxhost::HostConfig config = {});
 
+// The test frame (whose alphas run from about a half to 1) with its bottom
+// row starting with pixels at the edges of the point filters' formulas: no
+// alpha, alpha 1 with black, white and grey, and in float colours beyond 0
+// and 1, alpha above 1, and maximum-plus-minimum sums by 0 and 2.
+ofxhost::ImageBuffer edgeFrame(int width, int height, const Variant& variant, std::uint32_t seed = 5);
+
 // Renders frame 0 in the variant on the processor and through OpenCL, and
 // expects bytes to agree exactly and floats within `floatTolerance`
-// (absolute, on the 0..1 scale). The OpenCL output starts as a fill that no
-// effect would draw whole (NaN in float), so a kernel that writes nothing
-// fails. `what` names the case in failures.
+// (absolute, on the 0..1 scale). Both outputs start as the same fill that no
+// effect would draw whole (NaN in float, where NaN matches NaN), so a kernel
+// that writes nothing fails, and what an effect leaves as the host gave it
+// must be left by both. `what` names the case in failures.
 void expectOpenCLParity(ofxhost::Instance& instance, const Variant& variant, const std::string& what,
                         double floatTolerance = 1e-6);
 

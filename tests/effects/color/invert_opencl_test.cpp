@@ -19,7 +19,7 @@ TEST_P(InvertOpenCLParity, MatchesTheProcessor) {
     auto plugin = loadEffect(openCLHost(), "talvo.effects:invert");
     ASSERT_EQ(plugin->describe().props().getString(kOfxImageEffectPropOpenCLSupported), "true");
     const Variant variant = GetParam();
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(37, 19, variant.depth, variant.order, 5));
+    auto inst = filterOn(*plugin, edgeFrame(37, 19, variant));
     for (const char* blend : {"0.7", "1"}) {
         inst->setValueText("BlendAmount", blend);
         expectOpenCLParity(*inst, variant, std::string("blend ") + blend);

@@ -10,10 +10,25 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "checkerboard.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds a byte and a float kernel, in this order.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"kffcacd37b", "kb88b75a9c"});
+LaunchSizeCache byteLaunch;
+LaunchSizeCache floatLaunch;
 
 const OFX::EffectDeclaration kCheckerboard{
     "TALVO Checkerboard", "TALVO", OFX::eContextGenerator, 1240, "{DB10DAB1-5247-4194-B666-E076AD51BE19}",
@@ -97,6 +112,23 @@ int tileIndex(float position, float size) {
     return i;
 }
 
+// A colour premultiplied by its own alpha, in the pixel's own scale.
+// Note: the parameter's red goes to the first component in memory in both
+// pixel orders, unlike Solid Color; on BGRA clips red and blue trade places.
+template <class PIX>
+std::array<PIX, 4> premultiplied(const double (&rgba)[4]) {
+    const float alpha = static_cast<float>(rgba[3]);
+    std::array<PIX, 4> p{};
+    for (int c = 0; c < 4; ++c) {
+        const float v = c == 3 ? alpha : static_cast<float>(rgba[c]) * alpha;
+        if constexpr (std::is_same_v<PIX, unsigned char>)
+            p[c] = static_cast<unsigned char>(qz::truncToInt32(v * 255.0f));
+        else
+            p[c] = v;
+    }
+    return p;
+}
+
 class checkerboardProcessorBase : public OFX::ImageProcessor {
 public:
     using OFX::ImageProcessor::ImageProcessor;
@@ -110,6 +142,22 @@ public:
 
 protected:
     CheckerboardValues values;
+
+    // Whether the host's output covers the window; anything less is left
+    // alone rather than drawn with a shifted grid.
+    // (Read from the bounds: an OpenCL render's image has no pixels here.)
+    bool coversWindow(const OfxRectI& window) const {
+        const OfxRectI& b = dstImg->getBounds();
+        return b.x1 <= window.x1 && b.y1 <= window.y1 && window.x2 <= b.x2 && window.y2 <= b.y2;
+    }
+
+    Geometry geometry(int width, int height) const {
+        // A pixel aspect ratio that is not a positive number would make the
+        // tile width meaningless; such a host gets square pixels.
+        const double aspect = dstImg->getPixelAspectRatio();
+        const float pixelAspect = aspect > 0.0 && std::isfinite(aspect) ? static_cast<float>(aspect) : 1.0f;
+        return gridGeometry(values, width, height, pixelAspect);
+    }
 };
 
 template <class PIX, int nComponents, int max, int isBGRA>
@@ -119,20 +167,12 @@ public:
 
     int multiThreadProcessImages(OfxRectI window) override {
         if (!OFX::hasPixels(dstImg, kBytesPerPixel)) return 0;
-        // The host's output covers the render window; anything less is left
-        // alone rather than drawn with a shifted grid.
-        const OfxRectI inside = OFX::clipToImage(window, dstImg);
-        if (inside.x1 != window.x1 || inside.y1 != window.y1 || inside.x2 != window.x2 || inside.y2 != window.y2)
-            return 0;
+        if (!coversWindow(window)) return 0;
         const int width = window.x2 - window.x1;
         const int height = window.y2 - window.y1;
-        // A pixel aspect ratio that is not a positive number would make the
-        // tile width meaningless; such a host gets square pixels.
-        const double aspect = dstImg->getPixelAspectRatio();
-        const float pixelAspect = aspect > 0.0 && std::isfinite(aspect) ? static_cast<float>(aspect) : 1.0f;
-        const Geometry g = gridGeometry(values, width, height, pixelAspect);
-        const Pixel a = premultiplied(values.color1);
-        const Pixel b = premultiplied(values.color2);
+        const Geometry g = geometry(width, height);
+        const Pixel a = premultiplied<PIX>(values.color1);
+        const Pixel b = premultiplied<PIX>(values.color2);
 
         // Note: rows are counted from the window's first row in memory and
         // measured from the opposite end, so the grid starts at the top of
@@ -159,22 +199,6 @@ private:
     struct RowPair {
         Pixel odd, even;
     };
-
-    // Note: the parameter's red goes to the first component in memory in
-    // both pixel orders, unlike Solid Color; on BGRA clips red and blue
-    // trade places.
-    static Pixel premultiplied(const double (&rgba)[4]) {
-        const float alpha = static_cast<float>(rgba[3]);
-        Pixel p{};
-        for (int c = 0; c < 4; ++c) {
-            const float v = c == 3 ? alpha : static_cast<float>(rgba[c]) * alpha;
-            if constexpr (kBytes)
-                p[c] = static_cast<unsigned char>(qz::truncToInt32(v * 255.0f));
-            else
-                p[c] = v;
-        }
-        return p;
-    }
 
     // The row's two colours. Clear of the vertical soft bands they are the
     // parameters; inside a band the weight t runs from 0 at the band's inner
@@ -239,6 +263,44 @@ private:
     }
 };
 
+class checkerboardOpenCLProcessor : public OpenCLProcessor<checkerboardProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    // The grid is worked out here as the processor does, and goes over as
+    // five pairs: tile size, soft half-widths, inverse scales, offset, and
+    // the window's width and height (whole-number floats) for the kernel's
+    // guard. The colours go over in memory order, the same for both pixel
+    // orders, and in the output's own scale.
+    void process() override {
+        if (!dstImg) return;
+        if (!coversWindow(renderWindow)) return;
+        const cl_int width = windowWidth();
+        const cl_int height = windowHeight();
+        const Geometry g = geometry(width, height);
+        const cl_float2 tile{{g.tw, g.th}};
+        const cl_float2 soft{{g.sx, g.sy}};
+        const cl_float2 scale{{g.ix, g.iy}};
+        const cl_float2 offset{{g.ox, g.oy}};
+        const cl_float2 size{{static_cast<float>(width), static_cast<float>(height)}};
+        if (floatOutput()) {
+            launchOverWindow(binding, program.kernel(1), floatLaunch, buffer(dstImg), tile, soft, scale, offset, size,
+                             colour<float>(values.color1), colour<float>(values.color2));
+        } else {
+            launchOverWindow(binding, program.kernel(0), byteLaunch, buffer(dstImg), tile, soft, scale, offset, size,
+                             colour<unsigned char>(values.color1), colour<unsigned char>(values.color2));
+        }
+    }
+
+private:
+    template <class PIX>
+    static cl_float4 colour(const double (&rgba)[4]) {
+        const std::array<PIX, 4> p = premultiplied<PIX>(rgba);
+        return cl_float4{{static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
+                          static_cast<float>(p[3])}};
+    }
+};
+
 class checkerboardPlugin : public OFX::ImageEffect {
 public:
     explicit checkerboardPlugin(OfxImageEffectHandle handle)
@@ -253,12 +315,17 @@ public:
           color1(fetchRGBAParam(kColor1Param)),
           color2(fetchRGBAParam(kColor2Param)),
           gridOffsetX(fetchDoubleParam(kGridOffsetXParam)),
-          gridOffsetY(fetchDoubleParam(kGridOffsetYParam)) {}
+          gridOffsetY(fetchDoubleParam(kGridOffsetYParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            checkerboardOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<checkerboardProcessor>(*this, *dstClip, args);
     }
 
@@ -327,6 +394,12 @@ class checkerboardPluginFactory : public OFX::PluginFactoryHelper<checkerboardPl
 public:
     checkerboardPluginFactory()
         : OFX::PluginFactoryHelper<checkerboardPluginFactory>("talvo.effects:checkerboard", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kCheckerboard); }
 

@@ -13,11 +13,28 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 #include "noisetexture_tables.h"
 
 namespace {
+
+// The kernels carry their own copy of the lattice tables and the styles.
+constexpr std::string_view kKernelText =
+#include "noisetexture.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds the weights kernels for byte and float outputs, then the
+// colours kernels for byte and float outputs.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k75723b28f", "kd3fc1b89e", "kb95048b6d", "k9754a2578"});
+LaunchSizeCache weightsLaunch[2];
+LaunchSizeCache coloursLaunch[2];
 
 const OFX::EffectDeclaration kNoiseTexture{
     "TALVO Noise Texture", "TALVO", OFX::eContextGenerator, 1220, "{2CCDA29D-FBD5-4E5D-AA1B-B82EA7FBED51}",
@@ -427,6 +444,59 @@ private:
     }
 };
 
+class noisetextureOpenCLProcessor : public OpenCLProcessor<noisetextureProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    // Two kernels in turn on the host's in-order queue: the weights, one
+    // work item per row (the noise is summed along a row incrementally, as
+    // the processor does), into the output buffer itself; then the colours,
+    // one work item per pixel, from the weights in the output buffer to the
+    // output buffer. The six vectors hold every parameter (see the kernel
+    // text) and are the same for both; the colours are in memory order, red
+    // first in both pixel orders.
+    void process() override {
+        if (!dstImg) return;
+        // The host's output covers the render window; anything less is left
+        // alone rather than drawn with shifted rows.
+        const OfxRectI& b = dstImg->getBounds();
+        const OfxRectI& w = renderWindow;
+        if (w.x1 < b.x1 || w.y1 < b.y1 || w.x2 > b.x2 || w.y2 > b.y2) return;
+        const cl_int width = windowWidth();
+        const cl_int height = windowHeight();
+        if (width <= 0 || height <= 0) return;
+
+        const NoiseValues& v = values;
+        const int style = std::clamp(v.style, 0, static_cast<int>(kStyles.size()) - 1);
+        const cl_float4 colour0 = straight(v.swap ? v.color2 : v.color1);
+        const cl_float4 colour1 = straight(v.swap ? v.color1 : v.color2);
+        const cl_float4 p0 = floats(v.frequencyX, v.frequencyY, v.offsetX, v.offsetY);
+        const cl_float4 p1 = floats(v.progress, v.min, v.max, v.bias);
+        const cl_float4 p2 = floats(v.amplitude, v.falloff, v.layers, style);
+        const cl_float4 p3 = floats(width, height, 0.0, 0.0);
+
+        // Both kernels take their arguments before either is enqueued, so a
+        // refused argument launches nothing and leaves the output as the
+        // host gave it.
+        const int depth = floatOutput() ? 1 : 0;
+        const cl_mem out = buffer(dstImg);
+        const cl_kernel weights = program.kernel(depth);
+        const cl_kernel colours = program.kernel(2 + depth);
+        if (!setKernelArgs(binding, weights, out, colour0, colour1, p0, p1, p2, p3)) return;
+        if (!setKernelArgs(binding, colours, out, out, colour0, colour1, p0, p1, p2, p3)) return;
+        const std::size_t rows[2] = {1, static_cast<std::size_t>(height)};
+        const std::size_t pixels[2] = {static_cast<std::size_t>(width), static_cast<std::size_t>(height)};
+        launchKernel(binding, clQueue, weights, weightsLaunch[depth], rows);
+        launchKernel(binding, clQueue, colours, coloursLaunch[depth], pixels);
+    }
+
+private:
+    static cl_float4 floats(double a, double b, double c, double d) {
+        return cl_float4{{static_cast<float>(a), static_cast<float>(b), static_cast<float>(c), static_cast<float>(d)}};
+    }
+    static cl_float4 straight(const double (&rgba)[4]) { return floats(rgba[0], rgba[1], rgba[2], rgba[3]); }
+};
+
 class noisetexturePlugin : public OFX::ImageEffect {
 public:
     explicit noisetexturePlugin(OfxImageEffectHandle handle)
@@ -446,12 +516,17 @@ public:
           noiseMax(fetchDoubleParam(kMaxParam)),
           bias(fetchDoubleParam(kBiasParam)),
           amplitude(fetchDoubleParam(kAmplitudeParam)),
-          falloff(fetchDoubleParam(kFalloffParam)) {}
+          falloff(fetchDoubleParam(kFalloffParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernels; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            noisetextureOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<noisetextureProcessor>(*this, *dstClip, args);
     }
 
@@ -508,6 +583,12 @@ class noisetexturePluginFactory : public OFX::PluginFactoryHelper<noisetexturePl
 public:
     noisetexturePluginFactory()
         : OFX::PluginFactoryHelper<noisetexturePluginFactory>("talvo.effects:noisetexture", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kNoiseTexture); }
 

@@ -1,14 +1,30 @@
 // Solid Color: fills the frame with one premultiplied colour.
+#include <array>
 #include <cstring>
 #include <memory>
 #include <type_traits>
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "solidcolor.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds a byte and a float kernel, in this order.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"kef81dd488", "k38927195c"});
+LaunchSizeCache byteLaunch;
+LaunchSizeCache floatLaunch;
 
 const OFX::EffectDeclaration kSolidColor{
     "TALVO Solid Color", "TALVO", OFX::eContextGenerator, 1310, "{D9DD0DFC-274F-45A7-B874-3D2BCFA61FE9}",
@@ -32,6 +48,23 @@ protected:
     double green = 0.0;
     double blue = 0.0;
     double alpha = 0.0;
+
+    // The pixel in memory order.
+    // Note: blue goes to the first component in memory whatever the clip's
+    // pixel order, as the toolkit's own pixels are laid out; on RGBA clips
+    // red and blue thus trade places. Checkerboard does the opposite.
+    std::array<unsigned char, 4> premultipliedBytes() const {
+        // The products in double, in this order, truncated; a value outside
+        // 0..1 keeps the low byte of its truncation.
+        return {static_cast<unsigned char>(qz::truncToInt32(blue * 255.0 * alpha)),
+                static_cast<unsigned char>(qz::truncToInt32(green * 255.0 * alpha)),
+                static_cast<unsigned char>(qz::truncToInt32(red * 255.0 * alpha)),
+                static_cast<unsigned char>(qz::truncToInt32(alpha * 255.0))};
+    }
+    std::array<float, 4> premultipliedFloats() const {
+        return {static_cast<float>(alpha * blue), static_cast<float>(alpha * green), static_cast<float>(alpha * red),
+                static_cast<float>(alpha)};
+    }
 };
 
 template <class PIX, int nComponents, int max, int isBGRA>
@@ -57,24 +90,12 @@ private:
         PIX c[4];
     };
 
-    // Note: blue goes to the first component in memory whatever the clip's
-    // pixel order, as the toolkit's own pixels are laid out; on RGBA clips
-    // red and blue thus trade places. Checkerboard does the opposite.
     Pixel premultiplied() const {
         Pixel p{};
-        if constexpr (std::is_same_v<PIX, unsigned char>) {
-            // The products in double, in this order, truncated; a value
-            // outside 0..1 keeps the low byte of its truncation.
-            p.c[0] = static_cast<unsigned char>(qz::truncToInt32(blue * 255.0 * alpha));
-            p.c[1] = static_cast<unsigned char>(qz::truncToInt32(green * 255.0 * alpha));
-            p.c[2] = static_cast<unsigned char>(qz::truncToInt32(red * 255.0 * alpha));
-            p.c[3] = static_cast<unsigned char>(qz::truncToInt32(alpha * 255.0));
-        } else {
-            p.c[0] = static_cast<float>(alpha * blue);
-            p.c[1] = static_cast<float>(alpha * green);
-            p.c[2] = static_cast<float>(alpha * red);
-            p.c[3] = static_cast<float>(alpha);
-        }
+        if constexpr (std::is_same_v<PIX, unsigned char>)
+            std::memcpy(p.c, premultipliedBytes().data(), kBytesPerPixel);
+        else
+            std::memcpy(p.c, premultipliedFloats().data(), kBytesPerPixel);
         return p;
     }
 
@@ -91,15 +112,45 @@ private:
     }
 };
 
+class solidcolorOpenCLProcessor : public OpenCLProcessor<solidcolorProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    // The pixel goes over in memory order, which is the same for both
+    // orders. Bytes travel as whole-number floats: the processor's bytes
+    // come from double products that the kernel could not repeat from
+    // floats.
+    void process() override {
+        if (!dstImg) return;
+        if (floatOutput()) {
+            const std::array<float, 4> p = premultipliedFloats();
+            const cl_float4 floats{{p[0], p[1], p[2], p[3]}};
+            launchOverWindow(binding, program.kernel(1), floatLaunch, buffer(dstImg), floats, windowWidth(),
+                             windowHeight());
+        } else {
+            const std::array<unsigned char, 4> p = premultipliedBytes();
+            const cl_float4 bytes{{static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
+                                   static_cast<float>(p[3])}};
+            launchOverWindow(binding, program.kernel(0), byteLaunch, buffer(dstImg), bytes, windowWidth(),
+                             windowHeight());
+        }
+    }
+};
+
 class solidcolorPlugin : public OFX::ImageEffect {
 public:
     explicit solidcolorPlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle), dstClip(fetchClip(OFX::kOutputClip)), color(fetchRGBAParam(kColorParam)) {}
+        : OFX::ImageEffect(handle), dstClip(fetchClip(OFX::kOutputClip)), color(fetchRGBAParam(kColorParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            solidcolorOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<solidcolorProcessor>(*this, *dstClip, args);
     }
 
@@ -126,6 +177,12 @@ private:
 class solidcolorPluginFactory : public OFX::PluginFactoryHelper<solidcolorPluginFactory> {
 public:
     solidcolorPluginFactory() : OFX::PluginFactoryHelper<solidcolorPluginFactory>("talvo.effects:solidcolor", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSolidColor); }
 

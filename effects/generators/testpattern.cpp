@@ -55,9 +55,25 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
+
+// The kernels carry their own copy of the pattern tables that follow.
+constexpr std::string_view kKernelText =
+#include "testpattern.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds a byte and a float kernel for each pixel order: byte RGBA,
+// byte BGRA, float RGBA, float BGRA.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k6600e3de0", "kd3f3059e7", "k7bdf055a8", "kb8a5abead"});
+LaunchSizeCache launches[4];
 
 const OFX::EffectDeclaration kTestPattern{
     "TALVO Test Pattern", "TALVO", OFX::eContextGenerator, 1920, "{C55DDAF9-B236-11d2-BAD4-00C04F8EDC09}", true, false,
@@ -333,17 +349,39 @@ private:
     }
 };
 
+class testpatternOpenCLProcessor : public OpenCLProcessor<testpatternProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    // The red code goes to the order's red component, so the pixel order
+    // picks the kernel as the depth does. Arguments: the destination, the
+    // pattern's choice index, the window's width and height.
+    void process() override {
+        if (!dstImg) return;
+        if (patternIndex < 0 || patternIndex >= static_cast<int>(std::size(kPatterns))) return;
+        const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
+        launchOverWindow(binding, program.kernel(index), launches[index], buffer(dstImg),
+                         static_cast<cl_int>(patternIndex), windowWidth(), windowHeight());
+    }
+};
+
 class testpatternPlugin : public OFX::ImageEffect {
 public:
     explicit testpatternPlugin(OfxImageEffectHandle handle)
         : OFX::ImageEffect(handle),
           dstClip(fetchClip(OFX::kOutputClip)),
-          patternType(fetchChoiceParam(kTestPatternTypeParam)) {}
+          patternType(fetchChoiceParam(kTestPatternTypeParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            testpatternOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<testpatternProcessor>(*this, *dstClip, args);
     }
 
@@ -369,6 +407,12 @@ class testpatternPluginFactory : public OFX::PluginFactoryHelper<testpatternPlug
 public:
     testpatternPluginFactory()
         : OFX::PluginFactoryHelper<testpatternPluginFactory>("talvo.effects:testpattern", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kTestPattern); }
 

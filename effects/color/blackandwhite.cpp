@@ -2,15 +2,34 @@
 // three colours. The blend amount is the weight of the grey: 1 is all grey,
 // 0 the source.
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <type_traits>
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "blackandwhite.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds a byte kernel and a float kernel per pixel order (RGBA,
+// then BGRA), in this order.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"kb4e17c0a5", "k6f0d93b1e", "k2a85c7f39"});
+LaunchSizeCache byteLaunch;
+LaunchSizeCache floatRGBALaunch;
+LaunchSizeCache floatBGRALaunch;
 
 const OFX::EffectDeclaration kBlackAndWhite{
     "TALVO Black and White", "TALVO\\Color", OFX::eContextFilter, 1900, "{E87674D5-E8F2-11D1-9AA9-00A0C99B12C5}",
@@ -92,18 +111,61 @@ private:
     }
 };
 
+// The byte weight of the source in the mix, as the processor rounds it.
+int byteKeepWeight(double blend) {
+    return qz::roundBiased((1.0 - blend) * 255.0) & 0xFF;
+}
+
+// The blend as the kernels get it, a float from which they take the copy
+// cut-off and the byte weight. The nearest float can cross either: 0.1 gives
+// a weight of exactly 229.5, rounded up, but the float just above 0.1 gives
+// 229.4999996; a blend just above the cut-off can narrow onto it. The float
+// on the other side of the double then makes the processor's decisions, and
+// the float mix moves by far less than 1e-6.
+float kernelBlend(double blend) {
+    const float nearest = static_cast<float>(blend);
+    const bool copies = blend <= kCopyOnlyBlend;
+    const bool same = (nearest <= kCopyOnlyBlend) == copies &&
+                      (copies || byteKeepWeight(nearest) == byteKeepWeight(blend));
+    if (same) return nearest;
+    return std::nextafter(nearest, nearest < blend ? HUGE_VALF : -HUGE_VALF);
+}
+
+class blackandwhiteOpenCLProcessor : public OpenCLProcessor<blackandwhiteProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        const float narrowed = kernelBlend(blend);
+        if (!floatOutput()) {
+            launchOverWindow(binding, program.kernel(0), byteLaunch, buffer(srcImg), buffer(dstImg), narrowed,
+                             windowWidth(), windowHeight());
+            return;
+        }
+        launchOverWindow(binding, program.kernel(bgra ? 2 : 1), bgra ? floatBGRALaunch : floatRGBALaunch,
+                         buffer(srcImg), buffer(dstImg), narrowed, windowWidth(), windowHeight());
+    }
+};
+
 class blackandwhitePlugin : public OFX::ImageEffect {
 public:
     explicit blackandwhitePlugin(OfxImageEffectHandle handle)
         : OFX::ImageEffect(handle),
           srcClip(fetchClip(OFX::kSourceClip)),
           dstClip(fetchClip(OFX::kOutputClip)),
-          blendAmount(fetchDoubleParam(OFX::kBlendAmountParam)) {}
+          blendAmount(fetchDoubleParam(OFX::kBlendAmountParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            blackandwhiteOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<blackandwhiteProcessor>(*this, *dstClip, args);
     }
 
@@ -136,6 +198,12 @@ class blackandwhitePluginFactory : public OFX::PluginFactoryHelper<blackandwhite
 public:
     blackandwhitePluginFactory()
         : OFX::PluginFactoryHelper<blackandwhitePluginFactory>("talvo.effects:blackandwhite", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kBlackAndWhite); }
 

@@ -11,9 +11,26 @@
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "ImageStatistics.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "brightnessandcontrast.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds a byte and a float kernel, in this order; the analysis stays
+// on the CPU.
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k7c3e0b95d", "ke18a4f2c6"});
+LaunchSizeCache byteLaunch;
+LaunchSizeCache floatLaunch;
 
 const OFX::EffectDeclaration kBrightnessAndContrast{
     "TALVO Brightness and Contrast", "TALVO\\Color", OFX::eContextFilter, 1640,
@@ -196,6 +213,27 @@ private:
     }
 };
 
+// The three colours get the same treatment, so the pixel order does not
+// matter.
+class brightnessandcontrastOpenCLProcessor : public OpenCLProcessor<brightnessandcontrastProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        // The two 4-byte values are the window's width and height; the
+        // vector holds brightness, contrast, centre, and which steps run
+        // (1 the lift, 2 the spread), decided here on the doubles.
+        const float steps = (std::abs(brightness) > kNoChange ? 1.0f : 0.0f) +
+                            (std::abs(contrast) > kNoChange ? 2.0f : 0.0f);
+        const cl_float4 values = {{static_cast<float>(brightness), static_cast<float>(contrast),
+                                   static_cast<float>(contrastCenter), steps}};
+        const bool isFloat = floatOutput();
+        launchOverWindow(binding, program.kernel(isFloat ? 1 : 0), isFloat ? floatLaunch : byteLaunch, buffer(srcImg),
+                         buffer(dstImg), windowWidth(), windowHeight(), values);
+    }
+};
+
 // The three values that take a measured low level l to the target t0 and
 // the high level h to t1 through the render's formula, in float: the centre
 // sits on t0, the lift moves l there, and the contrast is chosen so that the
@@ -263,12 +301,17 @@ public:
           percent(fetchDoubleParam(kPercentParam)),
           targetMin(fetchDoubleParam(kMinParam)),
           targetMax(fetchDoubleParam(kMaxParam)),
-          referenceMode(fetchChoiceParam(kReferenceModeParam)) {}
+          referenceMode(fetchChoiceParam(kReferenceModeParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            brightnessandcontrastOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<brightnessandcontrastProcessor>(*this, *dstClip, args);
     }
 
@@ -372,6 +415,12 @@ class brightnessandcontrastPluginFactory : public OFX::PluginFactoryHelper<brigh
 public:
     brightnessandcontrastPluginFactory()
         : OFX::PluginFactoryHelper<brightnessandcontrastPluginFactory>("talvo.effects:brightnessandcontrast", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kBrightnessAndContrast); }
 

@@ -10,9 +10,25 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "saturationadjust.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds, for bytes and then floats, a kernel per pixel order (RGBA,
+// then BGRA).
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k4d92e6a07", "k91b05d3f8", "kc07f81e2b", "k3e6a0c59d"});
+LaunchSizeCache launches[4];
 
 const OFX::EffectDeclaration kSaturationAdjust{
     "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600, "{1C494FD1-BE2B-48DA-9273-5A004DC57CE8}",
@@ -150,6 +166,21 @@ private:
     }
 };
 
+// The luma weights tell red from blue: the render's pixel order picks the
+// kernel.
+class saturationadjustOpenCLProcessor : public OpenCLProcessor<saturationadjustProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        const int form = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
+        launchOverWindow(binding, program.kernel(form), launches[form], buffer(srcImg), buffer(dstImg),
+                         static_cast<float>(low), static_cast<float>(high), static_cast<float>(amount),
+                         static_cast<float>(center), static_cast<float>(spread), windowWidth(), windowHeight());
+    }
+};
+
 class saturationadjustPlugin : public OFX::ImageEffect {
 public:
     explicit saturationadjustPlugin(OfxImageEffectHandle handle)
@@ -160,12 +191,18 @@ public:
           center(fetchDoubleParam(kCenterParam)),
           spread(fetchDoubleParam(kSpreadParam)),
           low(fetchDoubleParam(kLowParam)),
-          high(fetchDoubleParam(kHighParam)) {}
+          high(fetchDoubleParam(kHighParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            saturationadjustOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<saturationadjustProcessor>(*this, *dstClip, args);
     }
 
@@ -200,6 +237,12 @@ class saturationadjustPluginFactory : public OFX::PluginFactoryHelper<saturation
 public:
     saturationadjustPluginFactory()
         : OFX::PluginFactoryHelper<saturationadjustPluginFactory>("talvo.effects:saturationadjust", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSaturationAdjust); }
 

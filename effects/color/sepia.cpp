@@ -10,10 +10,26 @@
 
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
+#include "KernelStore.h"
+#include "LaunchSize.h"
+#include "OpenCLBinding.h"
+#include "OpenCLProcessor.h"
+#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
 namespace {
+
+constexpr std::string_view kKernelText =
+#include "sepia.cl.inc"
+    ;
+
+// Shared by all instances, from the factory's load to its unload. The
+// program holds, for bytes and then floats, a kernel per pixel order (RGBA,
+// then BGRA).
+OpenCLBinding binding;
+OpenCLProgram program(binding, KernelText(kKernelText), {"k58d1e0c7a", "ka2f7c3916", "k0e4b9d28f", "k6b3a5f01c"});
+LaunchSizeCache launches[4];
 
 const OFX::EffectDeclaration kSepia{
     "TALVO Sepia", "TALVO\\Color", OFX::eContextFilter, 1740, "{7F21572F-453A-11D3-80A7-00C04F60C0FA}",
@@ -207,6 +223,23 @@ private:
     }
 };
 
+// The tint goes to the colour components by the pixel order, and the float
+// grey is summed blue first: the render's pixel order picks the kernel. The
+// colour goes over as red, green, blue, with an unused last lane.
+class sepiaOpenCLProcessor : public OpenCLProcessor<sepiaProcessorBase> {
+public:
+    using OpenCLProcessor::OpenCLProcessor;
+
+    void process() override {
+        if (!dstImg || !srcImg) return;
+        const int form = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
+        const cl_float4 color = {
+            {static_cast<float>(colorRed), static_cast<float>(colorGreen), static_cast<float>(colorBlue), 0.0f}};
+        launchOverWindow(binding, program.kernel(form), launches[form], buffer(srcImg), buffer(dstImg), color,
+                         static_cast<float>(strength), static_cast<float>(falloff), windowWidth(), windowHeight());
+    }
+};
+
 class sepiaPlugin : public OFX::ImageEffect {
 public:
     explicit sepiaPlugin(OfxImageEffectHandle handle)
@@ -215,12 +248,18 @@ public:
           dstClip(fetchClip(OFX::kOutputClip)),
           color(fetchRGBParam(kColorParam)),
           strength(fetchDoubleParam(kStrengthParam)),
-          falloff(fetchDoubleParam(kFalloffParam)) {}
+          falloff(fetchDoubleParam(kFalloffParam)) {
+        // Builds the program here when the load deferred it.
+        program.buildProgram(0);
+    }
 
     void render(const OFX::RenderArguments& args) override {
-        // The OpenCL path arrives with the effect's kernel; until then an
-        // OpenCL render leaves the output as the host gave it.
-        if (args.openCLEnabled) return;
+        if (args.openCLEnabled) {
+            sepiaOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
+            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
+            setupAndProcess(processor, args);
+            return;
+        }
         OFX::renderOnCPU<sepiaProcessor>(*this, *dstClip, args);
     }
 
@@ -252,6 +291,12 @@ private:
 class sepiaPluginFactory : public OFX::PluginFactoryHelper<sepiaPluginFactory> {
 public:
     sepiaPluginFactory() : OFX::PluginFactoryHelper<sepiaPluginFactory>("talvo.effects:sepia", 1, 0) {}
+
+    void load() override {
+        initBinding(binding);
+        program.buildProgram(1);
+    }
+    void unload() override { program.releaseProgram(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSepia); }
 

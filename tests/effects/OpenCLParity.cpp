@@ -12,8 +12,10 @@
 namespace ondu1test {
 
 std::shared_ptr<ofxhost::OpenCLDevice> openCLDevice() {
-    static const std::shared_ptr<ofxhost::OpenCLDevice> device =
-        ofxhost::openCLPlatforms().empty() ? nullptr : ofxhost::OpenCLDevice::open();
+    static const std::shared_ptr<ofxhost::OpenCLDevice> device = [] {
+        const char* selection = std::getenv("ONDU1_TEST_OPENCL");
+        return ofxhost::openCLPlatforms().empty() ? nullptr : ofxhost::OpenCLDevice::open(selection ? selection : "");
+    }();
     return device;
 }
 

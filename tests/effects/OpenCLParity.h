@@ -17,7 +17,9 @@ namespace ondu1test {
 inline const char* const kNoOpenCL = "no OpenCL platform (install an ICD, e.g. pocl-opencl-icd)";
 
 // One device for the test program, made on first use (contexts are slow to
-// make on some platforms); null where no platform exists.
+// make on some platforms); null where no platform exists. The environment's
+// ONDU1_TEST_OPENCL picks it as --opencl=P:D does (e.g. "NVIDIA"); by
+// default the first device of the first platform.
 std::shared_ptr<ofxhost::OpenCLDevice> openCLDevice();
 
 // A quiet host rendering on that device.

@@ -1,9 +1,21 @@
 # Run as a script (cmake -DSOURCE=... -DOUTPUT=... -P): writes the OpenCL
 # source SOURCE into OUTPUT as one C++ raw string literal, so that an effect
 # keeps its kernel as a real .cl file and still carries the text inside the
-# module.
+# module. A line `#include "NAME.inc"` is replaced by that file, from the
+# folder of SOURCE: the host compiles the text alone, with no include path,
+# and an effect's data tables can so be shared with its processor.
 set(delimiter "ondu1cl")
+get_filename_component(folder "${SOURCE}" DIRECTORY)
 file(READ "${SOURCE}" text)
+string(REGEX MATCHALL "#include \"[^\"\n]+\\.inc\"" includes "${text}")
+foreach(line ${includes})
+  string(REGEX REPLACE "#include \"([^\"]+)\"" "\\1" name "${line}")
+  if(NOT EXISTS "${folder}/${name}")
+    message(FATAL_ERROR "${SOURCE}: no ${name} beside it to include")
+  endif()
+  file(READ "${folder}/${name}" included)
+  string(REPLACE "${line}" "${included}" text "${text}")
+endforeach()
 string(FIND "${text}" ")${delimiter}\"" clash)
 if(NOT clash EQUAL -1)
   message(FATAL_ERROR "${SOURCE} contains the raw string delimiter )${delimiter}\"")

@@ -55,9 +55,10 @@ struct HostConfig {
     // The device of OpenCL renders; with one the host offers the OpenCL
     // program suite, so plug-ins declare OpenCL support as they load.
     std::shared_ptr<OpenCLDevice> openCL;
-    // Options for the device compiler of every program the suite builds; none
-    // by default. The effects' kernels agree with their processors under the
-    // default options only: "-cl-fast-relaxed-math", say, gives that up.
+    // Options for the device compiler of every program the suite builds,
+    // after the device's own (OpenCLDevice::buildOptions). The effects'
+    // kernels agree with their processors under those alone:
+    // "-cl-fast-relaxed-math", say, gives that up.
     std::string openCLBuildOptions;
 };
 

@@ -151,9 +151,15 @@ std::shared_ptr<OpenCLDevice> OpenCLDevice::open(std::string_view selection)
     dev->queue_.reset(clCreateCommandQueue(dev->context(), dev->device_, 0, &err));
     if (!dev->queue_)
         throw Error("OpenCL", "no command queue on \"" + dev->deviceName_ + "\": " + clStatusName(err));
+    // Float division and square root rounded as on the processor, where the
+    // device can: plug-ins whose kernels divide then agree with their CPU
+    // renders. OpenCL otherwise allows a few units in the last place.
+    cl_device_fp_config single = 0;
+    if (clGetDeviceInfo(dev->device_, CL_DEVICE_SINGLE_FP_CONFIG, sizeof single, &single, nullptr) == CL_SUCCESS &&
+        (single & CL_FP_CORRECTLY_ROUNDED_DIVIDE_SQRT))
+        dev->buildOptions_ = "-cl-fp32-correctly-rounded-divide-sqrt";
     return dev;
 }
-
 
 OpenCLDevice::~OpenCLDevice()
 {

@@ -46,6 +46,8 @@ public:
     cl_command_queue queue() const { return queue_.get(); }
     const std::string& platformName() const { return platformName_; }
     const std::string& deviceName() const { return deviceName_; }
+    // The compiler options every program is built with on this device.
+    const std::string& buildOptions() const { return buildOptions_; }
 
     // Held for the whole of an OpenCL render: plug-ins set arguments on
     // kernels they share between instances without a lock of their own, so
@@ -76,6 +78,7 @@ private:
     cl_device_id device_ = nullptr;
     std::string platformName_;
     std::string deviceName_;
+    std::string buildOptions_;
     // Declared after the context, the queue is released before it.
     std::unique_ptr<std::remove_pointer_t<cl_context>, ReleaseContext> context_;
     std::unique_ptr<std::remove_pointer_t<cl_command_queue>, ReleaseQueue> queue_;

@@ -42,7 +42,8 @@ OfxStatus compileProgram(const char* source, int optional, void* programOut)
         if (!program)
             return err == CL_OUT_OF_HOST_MEMORY ? kOfxStatErrMemory : kOfxStatFailed;
         cl_device_id id = device->device();
-        err = clBuildProgram(program, 1, &id, host->config().openCLBuildOptions.c_str(), nullptr, nullptr);
+        const std::string options = device->buildOptions() + " " + host->config().openCLBuildOptions;
+        err = clBuildProgram(program, 1, &id, options.c_str(), nullptr, nullptr);
         if (err == CL_SUCCESS) {
             *static_cast<cl_program*>(programOut) = program;
             return kOfxStatOK;

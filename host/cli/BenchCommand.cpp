@@ -41,7 +41,6 @@ std::vector<double> timeRuns(int repeat, F&& run)
     return seconds;
 }
 
-
 // A median time and the frame rate it gives, in megapixels a second.
 struct Figure {
     double seconds = 0.0;
@@ -69,10 +68,8 @@ void printFigure(std::ostream& out, const char* what, const Figure& f, const cha
     out << line << '\n';
 }
 
-void checkedRender(ofxhost::Plugin& plugin, ofxhost::Instance& instance, double time,
-                   const ofxhost::RenderOptions& options, ofxhost::ImageBuffer& output)
+void checkStatus(const ofxhost::Plugin& plugin, OfxStatus st)
 {
-    const OfxStatus st = instance.render(time, options, output);
     if (st != kOfxStatOK && st != kOfxStatReplyDefault)
         throw Error(plugin.id(), "render action returned " + ofxhost::statusName(st), st);
 }
@@ -89,16 +86,6 @@ struct ReleaseBuffer {
 };
 using DeviceBuffer = std::unique_ptr<std::remove_pointer_t<cl_mem>, ReleaseBuffer>;
 
-DeviceBuffer deviceBuffer(ofxhost::OpenCLDevice& device, std::size_t bytes)
-{
-    cl_int err = CL_SUCCESS;
-    DeviceBuffer buffer(clCreateBuffer(device.context(), CL_MEM_READ_WRITE, bytes, nullptr, &err));
-    if (!buffer)
-        throw Error("OpenCL", "no " + std::to_string(bytes) + "-byte buffer on \"" + device.deviceName() +
-                                  "\": " + ofxhost::clStatusName(err));
-    return buffer;
-}
-
 void checkCL(cl_int err, const char* what)
 {
     if (err != CL_SUCCESS)
@@ -111,19 +98,17 @@ OpenCLFigures benchOpenCL(ofxhost::OpenCLDevice& device, int repeat, double mega
 {
     options.openCL = true;
     OpenCLFigures f;
-    f.render = medianRate(repeat, megapixels, [&] { checkedRender(plugin, instance, time, options, output); });
+    f.render = medianRate(repeat, megapixels, [&] { checkStatus(plugin, instance.render(time, options, output)); });
     {
         ofxhost::OpenCLFrame frame(device, output);
         f.kernel = medianRate(repeat, megapixels, [&] {
-            const OfxStatus st = instance.renderResident(time, options, frame);
-            if (st != kOfxStatOK && st != kOfxStatReplyDefault)
-                throw Error(plugin.id(), "render action returned " + ofxhost::statusName(st), st);
+            checkStatus(plugin, instance.renderResident(time, options, frame));
             frame.finish();
         });
     }
     const std::size_t bytes = std::max<std::size_t>(output.pixelCount() * std::size_t(output.pixelBytes()), 16);
-    const DeviceBuffer from = deviceBuffer(device, bytes);
-    const DeviceBuffer to = deviceBuffer(device, bytes);
+    const DeviceBuffer from(device.takeBuffer(bytes));
+    const DeviceBuffer to(device.takeBuffer(bytes));
     f.copy = medianRate(repeat, megapixels, [&] {
         checkCL(clEnqueueCopyBuffer(device.queue(), from.get(), to.get(), 0, 0, bytes, 0, nullptr, nullptr),
                 "the device copy");
@@ -182,7 +167,7 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
     ofxhost::RenderOptions cpuOptions = options;
     cpuOptions.openCL = false;
     const Figure cpu =
-        medianRate(o.repeat, megapixels, [&] { checkedRender(*plugin, *instance, time, cpuOptions, output); });
+        medianRate(o.repeat, megapixels, [&] { checkStatus(*plugin, instance->render(time, cpuOptions, output)); });
     std::vector<unsigned char> from(bytes, 1), to(bytes);
     const Figure memcpyFigure = medianRate(o.repeat, megapixels, [&] {
         std::memcpy(to.data(), from.data(), bytes);

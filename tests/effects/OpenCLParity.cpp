@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <limits>
+#include <map>
 
 #include "ofxhost/Describe.h"
 
@@ -100,6 +101,25 @@ void expectOpenCLParity(ofxhost::Instance& instance, const Variant& variant, con
 
 void expectOpenCLParity(ofxhost::Instance& instance, const std::string& what, double floatTolerance) {
     for (const Variant& variant : kAllVariants) expectOpenCLParity(instance, variant, what, floatTolerance);
+}
+
+void expectParityCases(const std::vector<ParityCase>& cases, const InstanceMaker& make, const Variant& variant) {
+    auto host = openCLHost();
+    std::map<std::string, std::shared_ptr<ofxhost::Plugin>> plugins;
+    for (const ParityCase& c : cases) {
+        auto& plugin = plugins[c.effect];
+        if (!plugin) plugin = loadEffect(host, "talvo.effects:" + c.effect);
+        auto instance = make(*plugin);
+        for (std::size_t start = 0; start < c.settings.size();) {
+            const std::size_t end = std::min(c.settings.find(';', start), c.settings.size());
+            const std::string setting = c.settings.substr(start, end - start);
+            const std::size_t equals = setting.find('=');
+            instance->setValueText(setting.substr(0, equals), setting.substr(equals + 1));
+            start = end + 1;
+        }
+        expectOpenCLParity(*instance, variant, c.effect + " " + c.settings, 1e-6, c.byteTolerance);
+        if (::testing::Test::HasFatalFailure()) return;
+    }
 }
 
 std::string variantTestName(const ::testing::TestParamInfo<Variant>& info) {

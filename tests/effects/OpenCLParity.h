@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "EffectTest.h"
 #include "ofxhost/OpenCLDevice.h"
@@ -45,6 +47,20 @@ void expectOpenCLParity(ofxhost::Instance& instance, const Variant& variant, con
 
 // The same, for the four variants.
 void expectOpenCLParity(ofxhost::Instance& instance, const std::string& what, double floatTolerance = 1e-6);
+
+// One render compared: the effect (its identifier after "talvo.effects:"),
+// its settings as "NAME=VALUE;NAME=VALUE" (values may hold commas), and the
+// bytes' tolerance (see above).
+struct ParityCase {
+    std::string effect;
+    std::string settings;
+    int byteTolerance = 0;
+};
+
+// Each case on a fresh instance that `make` creates on the effect, loaded
+// once into a host on the test device.
+using InstanceMaker = std::function<std::unique_ptr<ofxhost::Instance>(ofxhost::Plugin&)>;
+void expectParityCases(const std::vector<ParityCase>& cases, const InstanceMaker& make, const Variant& variant);
 
 // A test name suffix for a variant ("Byte_RGBA").
 std::string variantTestName(const ::testing::TestParamInfo<Variant>& info);

@@ -7,11 +7,11 @@
 
 #include "OpenCLBinding.h"
 
-// One per kernel, at file scope. Keyed by the number of dimensions alone: a
-// kernel keeps its first answer, also when a later render runs on another
-// queue or device. Like the kernel's arguments it is shared by all
-// instances of an effect without a lock: an effect's OpenCL renders are
-// safe only where the host runs them one at a time.
+// One per kernel, held beside it by the effect's EffectOpenCL. Keyed by the
+// number of dimensions alone: a kernel keeps its first answer, also when a
+// later render runs on another queue or device. Like the kernel's arguments
+// it is shared by all instances of an effect without a lock: an effect's
+// OpenCL renders are safe only where the host runs them one at a time.
 struct LaunchSizeCache {
     cl_uint dimensions = 0;  // 0 until the first launch
     std::size_t local[3] = {};

@@ -25,7 +25,7 @@ struct OpenCLEntryTable {
 #undef ONDU1_OPENCL_SLOT
 };
 
-// One per effect, at file scope, living to the end of the module.
+// One per effect, held by its EffectOpenCL, living to the end of the module.
 struct OpenCLBinding {
     void* module = nullptr;  // dlopen handle of the runtime, or null
     std::mutex callLock;     // taken around each call only when useLock is set

@@ -6,6 +6,9 @@
 
 #include <cstddef>
 
+#include "Arguments.h"
+#include "Clip.h"
+#include "EffectOpenCL.h"
 #include "Image.h"
 #include "ImageProcessor.h"
 #include "LaunchSize.h"
@@ -45,16 +48,18 @@ protected:
     cl_int windowWidth() const { return this->renderWindow.x2 - this->renderWindow.x1; }
     cl_int windowHeight() const { return this->renderWindow.y2 - this->renderWindow.y1; }
 
-    // Sets the arguments and enqueues one work item per pixel of the window.
+    // Sets the arguments of kernel `kernel` of the effect and enqueues one
+    // work item per pixel of the window, with that kernel's launch shape.
     // Any refused argument launches nothing and leaves the output as the
     // host gave it: the render still answers OK, with no fall-back to the
     // processor. Answers whether the kernel was enqueued.
     template <class... Args>
-    bool launchOverWindow(OpenCLBinding& binding, cl_kernel kernel, LaunchSizeCache& cache, const Args&... args) {
-        if (!setKernelArgs(binding, kernel, args...)) return false;
+    bool launchOverWindow(EffectOpenCL& cl, std::size_t kernel, const Args&... args) {
+        const cl_kernel k = cl.kernel(kernel);
+        if (!setKernelArgs(cl.binding(), k, args...)) return false;
         const std::size_t global[2] = {static_cast<std::size_t>(windowWidth()),
                                        static_cast<std::size_t>(windowHeight())};
-        launchKernel(binding, clQueue, kernel, cache, global);
+        launchKernel(cl.binding(), clQueue, k, cl.launchCache(kernel), global);
         return true;
     }
 
@@ -64,3 +69,16 @@ protected:
     cl_command_queue clQueue;
     bool bgra = false;
 };
+
+// The render's OpenCL path: when the host asks for it, runs the plug-in's
+// setupAndProcess with its OpenCL processor and answers true; otherwise
+// answers false and the caller renders on the processor. The pixel order is
+// always passed on; processors whose result does not depend on it ignore it.
+template <class Processor, class Plugin>
+bool renderOnOpenCL(Plugin& plugin, const OFX::Clip& dstClip, const OFX::RenderArguments& args) {
+    if (!args.openCLEnabled) return false;
+    Processor processor(plugin, args.openCLContext, args.openCLQueue);
+    processor.setPixelOrderBGRA(dstClip.getPixelOrder() == 1);
+    plugin.setupAndProcess(processor, args);
+    return true;
+}

@@ -6,13 +6,11 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
@@ -25,11 +23,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte kernel and a float kernel per pixel order (RGBA,
 // then BGRA), in this order.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"kb4e17c0a5", "k6f0d93b1e", "k2a85c7f39"});
-LaunchSizeCache byteLaunch;
-LaunchSizeCache floatRGBALaunch;
-LaunchSizeCache floatBGRALaunch;
+EffectOpenCL openCL(KernelText(kKernelText), {"kb4e17c0a5", "k6f0d93b1e", "k2a85c7f39"});
 
 const OFX::EffectDeclaration kBlackAndWhite{
     "TALVO Black and White", "TALVO\\Color", OFX::eContextFilter, 1900, "{E87674D5-E8F2-11D1-9AA9-00A0C99B12C5}",
@@ -139,12 +133,10 @@ public:
         if (!dstImg || !srcImg) return;
         const float narrowed = kernelBlend(blend);
         if (!floatOutput()) {
-            launchOverWindow(binding, program.kernel(0), byteLaunch, buffer(srcImg), buffer(dstImg), narrowed,
-                             windowWidth(), windowHeight());
+            launchOverWindow(openCL, 0, buffer(srcImg), buffer(dstImg), narrowed, windowWidth(), windowHeight());
             return;
         }
-        launchOverWindow(binding, program.kernel(bgra ? 2 : 1), bgra ? floatBGRALaunch : floatRGBALaunch,
-                         buffer(srcImg), buffer(dstImg), narrowed, windowWidth(), windowHeight());
+        launchOverWindow(openCL, bgra ? 2 : 1, buffer(srcImg), buffer(dstImg), narrowed, windowWidth(), windowHeight());
     }
 };
 
@@ -155,17 +147,11 @@ public:
           srcClip(fetchClip(OFX::kSourceClip)),
           dstClip(fetchClip(OFX::kOutputClip)),
           blendAmount(fetchDoubleParam(OFX::kBlendAmountParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            blackandwhiteOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<blackandwhiteOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<blackandwhiteProcessor>(*this, *dstClip, args);
     }
 
@@ -199,11 +185,8 @@ public:
     blackandwhitePluginFactory()
         : OFX::PluginFactoryHelper<blackandwhitePluginFactory>("talvo.effects:blackandwhite", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kBlackAndWhite); }
 

@@ -8,14 +8,12 @@
 #include <type_traits>
 #include <vector>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "ImageStatistics.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
@@ -27,10 +25,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order; the analysis stays
 // on the CPU.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k7c3e0b95d", "ke18a4f2c6"});
-LaunchSizeCache byteLaunch;
-LaunchSizeCache floatLaunch;
+EffectOpenCL openCL(KernelText(kKernelText), {"k7c3e0b95d", "ke18a4f2c6"});
 
 const OFX::EffectDeclaration kBrightnessAndContrast{
     "TALVO Brightness and Contrast", "TALVO\\Color", OFX::eContextFilter, 1640,
@@ -229,8 +224,8 @@ public:
         const cl_float4 values = {{static_cast<float>(brightness), static_cast<float>(contrast),
                                    static_cast<float>(contrastCenter), steps}};
         const bool isFloat = floatOutput();
-        launchOverWindow(binding, program.kernel(isFloat ? 1 : 0), isFloat ? floatLaunch : byteLaunch, buffer(srcImg),
-                         buffer(dstImg), windowWidth(), windowHeight(), values);
+        launchOverWindow(openCL, isFloat ? 1 : 0, buffer(srcImg), buffer(dstImg), windowWidth(), windowHeight(),
+                         values);
     }
 };
 
@@ -302,16 +297,11 @@ public:
           targetMin(fetchDoubleParam(kMinParam)),
           targetMax(fetchDoubleParam(kMaxParam)),
           referenceMode(fetchChoiceParam(kReferenceModeParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            brightnessandcontrastOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<brightnessandcontrastOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<brightnessandcontrastProcessor>(*this, *dstClip, args);
     }
 
@@ -416,11 +406,8 @@ public:
     brightnessandcontrastPluginFactory()
         : OFX::PluginFactoryHelper<brightnessandcontrastPluginFactory>("talvo.effects:brightnessandcontrast", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kBrightnessAndContrast); }
 

@@ -7,13 +7,11 @@
 #include <memory>
 #include <utility>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
@@ -25,10 +23,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order; the groups go by
 // memory position, so the storage order needs no kernel of its own.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k848d3e676", "kd25d96974"});
-LaunchSizeCache byteLaunch;
-LaunchSizeCache floatLaunch;
+EffectOpenCL openCL(KernelText(kKernelText), {"k848d3e676", "kd25d96974"});
 
 const OFX::EffectDeclaration kChannelBlend{
     "TALVO Channel Blend", "TALVO\\Utility", OFX::eContextFilter, 1230, "{0BC15B73-83B9-11D4-9F67-00485481BD31}", true,
@@ -140,8 +135,7 @@ public:
     void process() override {
         if (!dstImg || !srcImg) return;
         const bool isFloat = floatOutput();
-        launch(program.kernel(isFloat ? 1 : 0), isFloat ? floatLaunch : byteLaunch,
-               std::make_index_sequence<kGroups * kTerms>());
+        launch(isFloat ? 1 : 0, std::make_index_sequence<kGroups * kTerms>());
     }
 
 private:
@@ -149,8 +143,8 @@ private:
     // group, each group's four weights then its offset, as floats; then the
     // window's width and height.
     template <std::size_t... I>
-    void launch(cl_kernel kernel, LaunchSizeCache& cache, std::index_sequence<I...>) {
-        launchOverWindow(binding, kernel, cache, buffer(srcImg), buffer(dstImg),
+    void launch(std::size_t kernel, std::index_sequence<I...>) {
+        launchOverWindow(openCL, kernel, buffer(srcImg), buffer(dstImg),
                          static_cast<float>(weights[I / kTerms][I % kTerms])..., windowWidth(), windowHeight());
     }
 };
@@ -164,19 +158,14 @@ public:
           normalize(fetchBooleanParam(kNormalizeParam)) {
         for (int g = 0; g < kGroups; ++g)
             for (int t = 0; t < kTerms; ++t) weights[g][t] = fetchDoubleParam(kWeightParams[g][t]);
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     // The formula goes by memory position, so the pixel order changes
     // nothing and one instance per depth serves both orders; the frame's
     // dispatch by order would build the BGRA instances for no purpose.
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            channelblendOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<channelblendOpenCLProcessor>(*this, *dstClip, args)) return;
         if (dstClip->getPixelComponents() != OFX::ePixelComponentRGBA) return;
         switch (dstClip->getPixelDepth()) {
         case OFX::eBitDepthUByte: {
@@ -223,11 +212,8 @@ public:
     channelblendPluginFactory()
         : OFX::PluginFactoryHelper<channelblendPluginFactory>("talvo.effects:channelblend", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kChannelBlend); }
 

@@ -7,13 +7,11 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
@@ -26,9 +24,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // result depends on which component is red, so there is a kernel per depth
 // and storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"kc2da69c00", "k8cf90441b", "k0810d9ff8", "kec0e15b08"});
-LaunchSizeCache launches[4];
+EffectOpenCL openCL(KernelText(kKernelText), {"kc2da69c00", "k8cf90441b", "k0810d9ff8", "kec0e15b08"});
 
 const OFX::EffectDeclaration kColorBalance{
     "TALVO Color Balance", "TALVO\\Color", OFX::eContextFilter, 1060, "{C3062BEC-E69D-11D1-9AA9-00A0C99B12C5}",
@@ -180,9 +176,8 @@ public:
     void process() override {
         if (!dstImg || !srcImg) return;
         const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        launchOverWindow(binding, program.kernel(index), launches[index], buffer(srcImg), buffer(dstImg), red, green,
-                         blue, static_cast<cl_int>(type), static_cast<cl_int>(preserveLuminosity ? 1 : 0),
-                         windowWidth(), windowHeight());
+        launchOverWindow(openCL, index, buffer(srcImg), buffer(dstImg), red, green, blue, static_cast<cl_int>(type),
+                         static_cast<cl_int>(preserveLuminosity ? 1 : 0), windowWidth(), windowHeight());
     }
 };
 
@@ -197,17 +192,11 @@ public:
           blue(fetchDoubleParam(kBlueParam)),
           type(fetchChoiceParam(kTypeParam)),
           preserveLuminosity(fetchBooleanParam(kPreserveLuminosityParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            colorbalanceOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<colorbalanceOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<colorbalanceProcessor>(*this, *dstClip, args);
     }
 
@@ -243,11 +232,8 @@ public:
     colorbalancePluginFactory()
         : OFX::PluginFactoryHelper<colorbalancePluginFactory>("talvo.effects:colorbalance", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kColorBalance); }
 

@@ -7,13 +7,11 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
@@ -25,9 +23,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. Hue
 // depends on which component is red, so there is a kernel per depth and
 // storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k1293792e6", "kfcf345abd", "ke4d06c2af", "k5e1c5563a"});
-LaunchSizeCache launches[4];
+EffectOpenCL openCL(KernelText(kKernelText), {"k1293792e6", "kfcf345abd", "ke4d06c2af", "k5e1c5563a"});
 
 const OFX::EffectDeclaration kHSLAdjust{
     "TALVO HSL Adjust", "TALVO\\Color", OFX::eContextFilter, 1680, "{B432972D-E08D-11D2-BF8A-006097C9EBF7}",
@@ -143,8 +139,7 @@ public:
         const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
         const cl_float4 change{{static_cast<float>(hue), static_cast<float>(saturation),
                                 static_cast<float>(luminance), 0.0f}};
-        launchOverWindow(binding, program.kernel(index), launches[index], buffer(srcImg), buffer(dstImg), change,
-                         windowWidth(), windowHeight());
+        launchOverWindow(openCL, index, buffer(srcImg), buffer(dstImg), change, windowWidth(), windowHeight());
     }
 };
 
@@ -157,17 +152,11 @@ public:
           addToHue(fetchDoubleParam(kAddToHueParam)),
           saturation(fetchDoubleParam(kSaturationParam)),
           luminance(fetchDoubleParam(kLuminanceParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            hsladjustOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<hsladjustOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<hsladjustProcessor>(*this, *dstClip, args);
     }
 
@@ -199,11 +188,8 @@ class hsladjustPluginFactory : public OFX::PluginFactoryHelper<hsladjustPluginFa
 public:
     hsladjustPluginFactory() : OFX::PluginFactoryHelper<hsladjustPluginFactory>("talvo.effects:hsladjust", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kHSLAdjust); }
 

@@ -4,13 +4,11 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "QzByteDivide.h"
 #include "RawView.h"
 
@@ -22,10 +20,7 @@ constexpr std::string_view kKernelText =
 
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"kd89ea7380", "k3f1c0b5e2"});
-LaunchSizeCache byteLaunch;
-LaunchSizeCache floatLaunch;
+EffectOpenCL openCL(KernelText(kKernelText), {"kd89ea7380", "k3f1c0b5e2"});
 
 const OFX::EffectDeclaration kInvert{
     "TALVO Invert", "TALVO\\Color", OFX::eContextFilter, 1910, "{C3062BE7-E69D-11D1-9AA9-00A0C99B12C5}",
@@ -125,8 +120,8 @@ public:
     void process() override {
         if (!dstImg || !srcImg) return;
         const bool isFloat = floatOutput();
-        launchOverWindow(binding, program.kernel(isFloat ? 1 : 0), isFloat ? floatLaunch : byteLaunch, buffer(srcImg),
-                         buffer(dstImg), static_cast<float>(blend), windowWidth(), windowHeight());
+        launchOverWindow(openCL, isFloat ? 1 : 0, buffer(srcImg), buffer(dstImg), static_cast<float>(blend),
+                         windowWidth(), windowHeight());
     }
 };
 
@@ -137,16 +132,11 @@ public:
           srcClip(fetchClip(OFX::kSourceClip)),
           dstClip(fetchClip(OFX::kOutputClip)),
           blendAmount(fetchDoubleParam(OFX::kBlendAmountParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            invertOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<invertOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<invertProcessor>(*this, *dstClip, args);
     }
 
@@ -179,11 +169,8 @@ class invertPluginFactory : public OFX::PluginFactoryHelper<invertPluginFactory>
 public:
     invertPluginFactory() : OFX::PluginFactoryHelper<invertPluginFactory>("talvo.effects:invert", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kInvert); }
 

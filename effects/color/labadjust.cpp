@@ -5,13 +5,11 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
@@ -23,9 +21,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. L*a*b*
 // depends on which component is red, so there is a kernel per depth and
 // storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k12a8acfc4", "kfcb8ef671", "k0d1dbcf7c", "k5db2d01e8"});
-LaunchSizeCache launches[4];
+EffectOpenCL openCL(KernelText(kKernelText), {"k12a8acfc4", "kfcb8ef671", "k0d1dbcf7c", "k5db2d01e8"});
 
 // The effect has no older form, so no uplift GUID.
 const OFX::EffectDeclaration kLABAdjust{
@@ -175,10 +171,10 @@ public:
     void process() override {
         if (!dstImg || !srcImg) return;
         const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        launchOverWindow(binding, program.kernel(index), launches[index], buffer(srcImg), buffer(dstImg),
-                         static_cast<float>(lightness), static_cast<float>(channelA * 100.0),
-                         static_cast<float>(channelB * 100.0), static_cast<cl_int>(invertLuminance ? 1 : 0),
-                         static_cast<float>(1.0 - desaturate), windowWidth(), windowHeight());
+        launchOverWindow(openCL, index, buffer(srcImg), buffer(dstImg), static_cast<float>(lightness),
+                         static_cast<float>(channelA * 100.0), static_cast<float>(channelB * 100.0),
+                         static_cast<cl_int>(invertLuminance ? 1 : 0), static_cast<float>(1.0 - desaturate),
+                         windowWidth(), windowHeight());
     }
 };
 
@@ -193,17 +189,11 @@ public:
           channelB(fetchDoubleParam(kChannelBParam)),
           invertLuminance(fetchBooleanParam(kInvertLuminanceParam)),
           desaturate(fetchDoubleParam(kDesaturateParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            labadjustOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<labadjustOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<labadjustProcessor>(*this, *dstClip, args);
     }
 
@@ -238,11 +228,8 @@ class labadjustPluginFactory : public OFX::PluginFactoryHelper<labadjustPluginFa
 public:
     labadjustPluginFactory() : OFX::PluginFactoryHelper<labadjustPluginFactory>("talvo.effects:labadjust", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kLABAdjust); }
 

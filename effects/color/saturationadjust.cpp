@@ -8,13 +8,11 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
@@ -26,9 +24,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds, for bytes and then floats, a kernel per pixel order (RGBA,
 // then BGRA).
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k4d92e6a07", "k91b05d3f8", "kc07f81e2b", "k3e6a0c59d"});
-LaunchSizeCache launches[4];
+EffectOpenCL openCL(KernelText(kKernelText), {"k4d92e6a07", "k91b05d3f8", "kc07f81e2b", "k3e6a0c59d"});
 
 const OFX::EffectDeclaration kSaturationAdjust{
     "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600, "{1C494FD1-BE2B-48DA-9273-5A004DC57CE8}",
@@ -175,9 +171,9 @@ public:
     void process() override {
         if (!dstImg || !srcImg) return;
         const int form = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        launchOverWindow(binding, program.kernel(form), launches[form], buffer(srcImg), buffer(dstImg),
-                         static_cast<float>(low), static_cast<float>(high), static_cast<float>(amount),
-                         static_cast<float>(center), static_cast<float>(spread), windowWidth(), windowHeight());
+        launchOverWindow(openCL, form, buffer(srcImg), buffer(dstImg), static_cast<float>(low),
+                         static_cast<float>(high), static_cast<float>(amount), static_cast<float>(center),
+                         static_cast<float>(spread), windowWidth(), windowHeight());
     }
 };
 
@@ -192,17 +188,11 @@ public:
           spread(fetchDoubleParam(kSpreadParam)),
           low(fetchDoubleParam(kLowParam)),
           high(fetchDoubleParam(kHighParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            saturationadjustOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<saturationadjustOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<saturationadjustProcessor>(*this, *dstClip, args);
     }
 
@@ -238,11 +228,8 @@ public:
     saturationadjustPluginFactory()
         : OFX::PluginFactoryHelper<saturationadjustPluginFactory>("talvo.effects:saturationadjust", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSaturationAdjust); }
 

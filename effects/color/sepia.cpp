@@ -8,13 +8,11 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "KernelStore.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
@@ -27,9 +25,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds, for bytes and then floats, a kernel per pixel order (RGBA,
 // then BGRA).
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k58d1e0c7a", "ka2f7c3916", "k0e4b9d28f", "k6b3a5f01c"});
-LaunchSizeCache launches[4];
+EffectOpenCL openCL(KernelText(kKernelText), {"k58d1e0c7a", "ka2f7c3916", "k0e4b9d28f", "k6b3a5f01c"});
 
 const OFX::EffectDeclaration kSepia{
     "TALVO Sepia", "TALVO\\Color", OFX::eContextFilter, 1740, "{7F21572F-453A-11D3-80A7-00C04F60C0FA}",
@@ -235,8 +231,8 @@ public:
         const int form = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
         const cl_float4 color = {
             {static_cast<float>(colorRed), static_cast<float>(colorGreen), static_cast<float>(colorBlue), 0.0f}};
-        launchOverWindow(binding, program.kernel(form), launches[form], buffer(srcImg), buffer(dstImg), color,
-                         static_cast<float>(strength), static_cast<float>(falloff), windowWidth(), windowHeight());
+        launchOverWindow(openCL, form, buffer(srcImg), buffer(dstImg), color, static_cast<float>(strength),
+                         static_cast<float>(falloff), windowWidth(), windowHeight());
     }
 };
 
@@ -249,17 +245,11 @@ public:
           color(fetchRGBParam(kColorParam)),
           strength(fetchDoubleParam(kStrengthParam)),
           falloff(fetchDoubleParam(kFalloffParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            sepiaOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<sepiaOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<sepiaProcessor>(*this, *dstClip, args);
     }
 
@@ -292,11 +282,8 @@ class sepiaPluginFactory : public OFX::PluginFactoryHelper<sepiaPluginFactory> {
 public:
     sepiaPluginFactory() : OFX::PluginFactoryHelper<sepiaPluginFactory>("talvo.effects:sepia", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSepia); }
 

@@ -8,12 +8,10 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
@@ -25,10 +23,7 @@ constexpr std::string_view kKernelText =
 
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"kffcacd37b", "kb88b75a9c"});
-LaunchSizeCache byteLaunch;
-LaunchSizeCache floatLaunch;
+EffectOpenCL openCL(KernelText(kKernelText), {"kffcacd37b", "kb88b75a9c"});
 
 const OFX::EffectDeclaration kCheckerboard{
     "TALVO Checkerboard", "TALVO", OFX::eContextGenerator, 1240, "{DB10DAB1-5247-4194-B666-E076AD51BE19}",
@@ -284,10 +279,10 @@ public:
         const cl_float2 offset{{g.ox, g.oy}};
         const cl_float2 size{{static_cast<float>(width), static_cast<float>(height)}};
         if (floatOutput()) {
-            launchOverWindow(binding, program.kernel(1), floatLaunch, buffer(dstImg), tile, soft, scale, offset, size,
-                             colour<float>(values.color1), colour<float>(values.color2));
+            launchOverWindow(openCL, 1, buffer(dstImg), tile, soft, scale, offset, size, colour<float>(values.color1),
+                             colour<float>(values.color2));
         } else {
-            launchOverWindow(binding, program.kernel(0), byteLaunch, buffer(dstImg), tile, soft, scale, offset, size,
+            launchOverWindow(openCL, 0, buffer(dstImg), tile, soft, scale, offset, size,
                              colour<unsigned char>(values.color1), colour<unsigned char>(values.color2));
         }
     }
@@ -316,16 +311,11 @@ public:
           color2(fetchRGBAParam(kColor2Param)),
           gridOffsetX(fetchDoubleParam(kGridOffsetXParam)),
           gridOffsetY(fetchDoubleParam(kGridOffsetYParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            checkerboardOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<checkerboardOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<checkerboardProcessor>(*this, *dstClip, args);
     }
 
@@ -395,11 +385,8 @@ public:
     checkerboardPluginFactory()
         : OFX::PluginFactoryHelper<checkerboardPluginFactory>("talvo.effects:checkerboard", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kCheckerboard); }
 

@@ -11,12 +11,11 @@
 #include <new>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 #include "noisetexture_tables.h"
@@ -31,10 +30,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds the weights kernels for byte and float outputs, then the
 // colours kernels for byte and float outputs.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k75723b28f", "kd3fc1b89e", "kb95048b6d", "k9754a2578"});
-LaunchSizeCache weightsLaunch[2];
-LaunchSizeCache coloursLaunch[2];
+EffectOpenCL openCL(KernelText(kKernelText), {"k75723b28f", "kd3fc1b89e", "kb95048b6d", "k9754a2578"});
 
 const OFX::EffectDeclaration kNoiseTexture{
     "TALVO Noise Texture", "TALVO", OFX::eContextGenerator, 1220, "{2CCDA29D-FBD5-4E5D-AA1B-B82EA7FBED51}",
@@ -480,14 +476,17 @@ public:
         // host gave it.
         const int depth = floatOutput() ? 1 : 0;
         const cl_mem out = buffer(dstImg);
-        const cl_kernel weights = program.kernel(depth);
-        const cl_kernel colours = program.kernel(2 + depth);
+        const std::size_t weightsIndex = depth;
+        const std::size_t coloursIndex = 2 + depth;
+        const cl_kernel weights = openCL.kernel(weightsIndex);
+        const cl_kernel colours = openCL.kernel(coloursIndex);
+        OpenCLBinding& binding = openCL.binding();
         if (!setKernelArgs(binding, weights, out, colour0, colour1, p0, p1, p2, p3)) return;
         if (!setKernelArgs(binding, colours, out, out, colour0, colour1, p0, p1, p2, p3)) return;
         const std::size_t rows[2] = {1, static_cast<std::size_t>(height)};
         const std::size_t pixels[2] = {static_cast<std::size_t>(width), static_cast<std::size_t>(height)};
-        launchKernel(binding, clQueue, weights, weightsLaunch[depth], rows);
-        launchKernel(binding, clQueue, colours, coloursLaunch[depth], pixels);
+        launchKernel(binding, clQueue, weights, openCL.launchCache(weightsIndex), rows);
+        launchKernel(binding, clQueue, colours, openCL.launchCache(coloursIndex), pixels);
     }
 
 private:
@@ -517,16 +516,11 @@ public:
           bias(fetchDoubleParam(kBiasParam)),
           amplitude(fetchDoubleParam(kAmplitudeParam)),
           falloff(fetchDoubleParam(kFalloffParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            noisetextureOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<noisetextureOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<noisetextureProcessor>(*this, *dstClip, args);
     }
 
@@ -584,11 +578,8 @@ public:
     noisetexturePluginFactory()
         : OFX::PluginFactoryHelper<noisetexturePluginFactory>("talvo.effects:noisetexture", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kNoiseTexture); }
 

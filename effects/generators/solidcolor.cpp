@@ -4,12 +4,10 @@
 #include <memory>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "QzRound.h"
 #include "RawView.h"
 
@@ -21,10 +19,7 @@ constexpr std::string_view kKernelText =
 
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"kef81dd488", "k38927195c"});
-LaunchSizeCache byteLaunch;
-LaunchSizeCache floatLaunch;
+EffectOpenCL openCL(KernelText(kKernelText), {"kef81dd488", "k38927195c"});
 
 const OFX::EffectDeclaration kSolidColor{
     "TALVO Solid Color", "TALVO", OFX::eContextGenerator, 1310, "{D9DD0DFC-274F-45A7-B874-3D2BCFA61FE9}",
@@ -125,14 +120,12 @@ public:
         if (floatOutput()) {
             const std::array<float, 4> p = premultipliedFloats();
             const cl_float4 floats{{p[0], p[1], p[2], p[3]}};
-            launchOverWindow(binding, program.kernel(1), floatLaunch, buffer(dstImg), floats, windowWidth(),
-                             windowHeight());
+            launchOverWindow(openCL, 1, buffer(dstImg), floats, windowWidth(), windowHeight());
         } else {
             const std::array<unsigned char, 4> p = premultipliedBytes();
             const cl_float4 bytes{{static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
                                    static_cast<float>(p[3])}};
-            launchOverWindow(binding, program.kernel(0), byteLaunch, buffer(dstImg), bytes, windowWidth(),
-                             windowHeight());
+            launchOverWindow(openCL, 0, buffer(dstImg), bytes, windowWidth(), windowHeight());
         }
     }
 };
@@ -141,16 +134,11 @@ class solidcolorPlugin : public OFX::ImageEffect {
 public:
     explicit solidcolorPlugin(OfxImageEffectHandle handle)
         : OFX::ImageEffect(handle), dstClip(fetchClip(OFX::kOutputClip)), color(fetchRGBAParam(kColorParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            solidcolorOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<solidcolorOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<solidcolorProcessor>(*this, *dstClip, args);
     }
 
@@ -178,11 +166,8 @@ class solidcolorPluginFactory : public OFX::PluginFactoryHelper<solidcolorPlugin
 public:
     solidcolorPluginFactory() : OFX::PluginFactoryHelper<solidcolorPluginFactory>("talvo.effects:solidcolor", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSolidColor); }
 

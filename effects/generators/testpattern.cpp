@@ -53,12 +53,10 @@
 #include <span>
 #include <type_traits>
 
+#include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "LaunchSize.h"
-#include "OpenCLBinding.h"
 #include "OpenCLProcessor.h"
-#include "OpenCLProgram.h"
 #include "RawView.h"
 
 namespace {
@@ -71,9 +69,7 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel for each pixel order: byte RGBA,
 // byte BGRA, float RGBA, float BGRA.
-OpenCLBinding binding;
-OpenCLProgram program(binding, KernelText(kKernelText), {"k6600e3de0", "kd3f3059e7", "k7bdf055a8", "kb8a5abead"});
-LaunchSizeCache launches[4];
+EffectOpenCL openCL(KernelText(kKernelText), {"k6600e3de0", "kd3f3059e7", "k7bdf055a8", "kb8a5abead"});
 
 const OFX::EffectDeclaration kTestPattern{
     "TALVO Test Pattern", "TALVO", OFX::eContextGenerator, 1920, "{C55DDAF9-B236-11d2-BAD4-00C04F8EDC09}", true, false,
@@ -360,8 +356,8 @@ public:
         if (!dstImg) return;
         if (patternIndex < 0 || patternIndex >= static_cast<int>(std::size(kPatterns))) return;
         const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        launchOverWindow(binding, program.kernel(index), launches[index], buffer(dstImg),
-                         static_cast<cl_int>(patternIndex), windowWidth(), windowHeight());
+        launchOverWindow(openCL, index, buffer(dstImg), static_cast<cl_int>(patternIndex), windowWidth(),
+                         windowHeight());
     }
 };
 
@@ -371,17 +367,11 @@ public:
         : OFX::ImageEffect(handle),
           dstClip(fetchClip(OFX::kOutputClip)),
           patternType(fetchChoiceParam(kTestPatternTypeParam)) {
-        // Builds the program here when the load deferred it.
-        program.buildProgram(0);
+        openCL.buildIfDeferred();
     }
 
     void render(const OFX::RenderArguments& args) override {
-        if (args.openCLEnabled) {
-            testpatternOpenCLProcessor processor(*this, args.openCLContext, args.openCLQueue);
-            processor.setPixelOrderBGRA(dstClip->getPixelOrder() == 1);
-            setupAndProcess(processor, args);
-            return;
-        }
+        if (renderOnOpenCL<testpatternOpenCLProcessor>(*this, *dstClip, args)) return;
         OFX::renderOnCPU<testpatternProcessor>(*this, *dstClip, args);
     }
 
@@ -408,11 +398,8 @@ public:
     testpatternPluginFactory()
         : OFX::PluginFactoryHelper<testpatternPluginFactory>("talvo.effects:testpattern", 1, 0) {}
 
-    void load() override {
-        initBinding(binding);
-        program.buildProgram(1);
-    }
-    void unload() override { program.releaseProgram(); }
+    void load() override { openCL.load(); }
+    void unload() override { openCL.unload(); }
 
     void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kTestPattern); }
 

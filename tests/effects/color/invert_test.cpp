@@ -54,14 +54,6 @@ TEST_F(InvertDescribe, DeclaresItselfAsEveryEffectDoes) {
     EXPECT_EQ(props.getString(kOfxImageEffectPropOpenCLSupported), "false");
 }
 
-TEST(InvertOpenCL, SaidOnlyToAHostThatCompilesPrograms) {
-    auto host = quietHost();
-    static const OfxOpenCLProgramSuiteV1 kSuite{};
-    host->addSuite(kOfxOpenCLProgramSuite, 1, &kSuite);
-    auto plugin = loadEffect(host, kInvert);
-    EXPECT_EQ(plugin->describe().props().getString(kOfxImageEffectPropOpenCLSupported), "true");
-}
-
 TEST_F(InvertDescribe, FilterContextHasTheClipsBlendAmountAndUpliftGUID) {
     auto& desc = plugin->describeInContext("filter");
     ASSERT_EQ(desc.clips().size(), 2u);

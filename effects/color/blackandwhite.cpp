@@ -131,12 +131,11 @@ public:
 
     void process() override {
         if (!dstImg || !srcImg) return;
-        const float narrowed = kernelBlend(blend);
-        if (!floatOutput()) {
-            launchOverWindow(openCL, 0, buffer(srcImg), buffer(dstImg), narrowed, windowWidth(), windowHeight());
-            return;
-        }
-        launchOverWindow(openCL, bgra ? 2 : 1, buffer(srcImg), buffer(dstImg), narrowed, windowWidth(), windowHeight());
+        // One byte kernel serves both orders; the float grey's sum order
+        // picks between the other two.
+        const int kernel = floatOutput() ? (bgra ? 2 : 1) : 0;
+        launchOverWindow(openCL, kernel, buffer(srcImg), buffer(dstImg), kernelBlend(blend), windowWidth(),
+                         windowHeight());
     }
 };
 

@@ -31,6 +31,7 @@ inline constexpr HostRequirement kHostsSince18{18, 17, 17, true};
 
 // What an effect declares about itself beyond its parameters.
 struct EffectDeclaration {
+    const char* identifier;  // "talvo.effects:invert"
     const char* label;
     const char* group;
     ContextEnum context;
@@ -40,6 +41,8 @@ struct EffectDeclaration {
     bool openGL = false;
     // Null: every host.
     const HostRequirement* hosts = nullptr;
+    unsigned versionMajor = 1;
+    unsigned versionMinor = 0;
 };
 
 // The context-free description, in the order hosts have always seen it. A

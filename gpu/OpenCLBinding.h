@@ -8,10 +8,7 @@
 #include <CL/cl.h>
 #include <CL/cl_gl.h>
 
-#include <atomic>
 #include <cstddef>
-#include <cstdint>
-#include <mutex>
 #include <type_traits>
 #include <utility>
 
@@ -26,12 +23,10 @@ struct OpenCLEntryTable {
 };
 
 // One per effect, held by its EffectOpenCL, living to the end of the module.
+// Calls go through unlocked: what must not interleave (a kernel's arguments
+// and its launch) is guarded a level up, by the effect's launch lock.
 struct OpenCLBinding {
     void* module = nullptr;  // dlopen handle of the runtime, or null
-    std::mutex callLock;     // taken around each call only when useLock is set
-    std::mutex spareLock;    // kept beside callLock, unused by the launch path
-    bool initialised = false;
-    std::int32_t useLock = 0;  // never set by the bundle: calls go unlocked
     // Device limits, fetched by the first launch-size query and kept.
     std::size_t maxWorkGroupSize = 0;
     std::size_t maxWorkItemSizes[3] = {};
@@ -39,9 +34,6 @@ struct OpenCLBinding {
     // kernel, wins over the computed one.
     std::size_t preferredLocalSize[2] = {};
     OpenCLEntryTable entries;
-    // Atomic because renders of one effect may run on several host threads
-    // while the lock stays off.
-    std::atomic<std::uint64_t> launchCount{0};
 
     OpenCLBinding() = default;
     OpenCLBinding(const OpenCLBinding&) = delete;
@@ -50,14 +42,12 @@ struct OpenCLBinding {
     // an unloaded library at module end.
     ~OpenCLBinding();
 
-    // Calls one table entry, under callLock when useLock asks for it. A null
-    // slot answers CL_DEVICE_NOT_AVAILABLE for a status and null for an
-    // object, as if the device were gone.
+    // Calls one table entry. A null slot answers CL_DEVICE_NOT_AVAILABLE for
+    // a status and null for an object, as if the device were gone.
     template <auto Entry, class... Args>
     auto call(Args... args) {
         using Fn = std::remove_cvref_t<decltype(std::declval<OpenCLEntryTable&>().*Entry)>;
         using Result = std::invoke_result_t<Fn, Args...>;
-        auto lock = lockIfAsked();
         const Fn fn = entries.*Entry;
         if (!fn) {
             if constexpr (std::is_pointer_v<Result>)
@@ -90,17 +80,12 @@ struct OpenCLBinding {
     cl_int getDeviceInfo(cl_device_id device, cl_device_info name, std::size_t size, void* value) {
         return call<&OpenCLEntryTable::clGetDeviceInfo>(device, name, size, value, nullptr);
     }
-    // Counts the launch, then enqueues with no offset and no events: the
-    // host owns the queue and its synchronisation. `local` null lets the
-    // runtime choose.
+    // Enqueues with no offset and no events: the host owns the queue and its
+    // synchronisation. `local` null lets the runtime choose.
     cl_int enqueueNDRangeKernel(cl_command_queue queue, cl_kernel kernel, cl_uint dims, const std::size_t* global,
-                                const std::size_t* local);
-
-private:
-    std::unique_lock<std::mutex> lockIfAsked() {
-        std::unique_lock lock(callLock, std::defer_lock);
-        if (useLock) lock.lock();
-        return lock;
+                                const std::size_t* local) {
+        return call<&OpenCLEntryTable::clEnqueueNDRangeKernel>(queue, kernel, dims, nullptr, global, local, 0u,
+                                                               nullptr, nullptr);
     }
 };
 

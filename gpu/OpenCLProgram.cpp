@@ -6,7 +6,7 @@
 
 #include "Suites.h"
 
-OpenCLProgram::OpenCLProgram(OpenCLBinding& binding, KernelText text, std::initializer_list<const char*> kernelNames)
+OpenCLProgram::OpenCLProgram(OpenCLBinding& binding, std::string_view text, std::initializer_list<const char*> kernelNames)
     : binding_(binding), text_(text), names_(kernelNames), kernels_(kernelNames.size(), nullptr) {}
 
 bool OpenCLProgram::empty() const {
@@ -17,8 +17,8 @@ void OpenCLProgram::buildProgram(int optional) {
     const OfxOpenCLProgramSuiteV1* suite = OFX::Private::gOpenCLProgramSuite;
     if (!suite || !suite->compileProgram || !empty()) return;
 
-    // The text exists only for the length of this call.
-    const std::size_t length = text_.length();
+    // A zero-terminated copy exists only for the length of this call.
+    const std::size_t length = text_.size();
     cl_int status = CL_SUCCESS;
     std::unique_ptr<char[]> text;
     try {
@@ -27,7 +27,7 @@ void OpenCLProgram::buildProgram(int optional) {
         status = CL_INVALID_VALUE;
     }
     if (text) {
-        text_.write({text.get(), length + 1});
+        std::copy_n(text_.data(), length, text.get());
         text[length] = '\0';
     }
 

@@ -6,15 +6,17 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <string_view>
 #include <vector>
 
-#include "KernelStore.h"
 #include "OpenCLBinding.h"
 
 class OpenCLProgram {
 public:
     // `kernelNames` are the functions of the text, created in this order.
-    OpenCLProgram(OpenCLBinding& binding, KernelText text, std::initializer_list<const char*> kernelNames);
+    // `text` is the program's source, embedded in the module for its whole
+    // life.
+    OpenCLProgram(OpenCLBinding& binding, std::string_view text, std::initializer_list<const char*> kernelNames);
     OpenCLProgram(const OpenCLProgram&) = delete;
     OpenCLProgram& operator=(const OpenCLProgram&) = delete;
     // Nothing is released here: at module end the runtime may already be
@@ -37,7 +39,7 @@ private:
     bool empty() const;
 
     OpenCLBinding& binding_;
-    KernelText text_;
+    std::string_view text_;
     std::vector<const char*> names_;
     cl_program program_ = nullptr;
     std::vector<cl_kernel> kernels_;

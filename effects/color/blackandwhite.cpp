@@ -9,7 +9,6 @@
 #include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "QzRound.h"
 #include "RawView.h"
@@ -23,10 +22,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte kernel and a float kernel per pixel order (RGBA,
 // then BGRA), in this order.
-EffectOpenCL openCL(KernelText(kKernelText), {"kb4e17c0a5", "k6f0d93b1e", "k2a85c7f39"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"kb4e17c0a5", "k6f0d93b1e", "k2a85c7f39"}));
 
 const OFX::EffectDeclaration kBlackAndWhite{
-    "TALVO Black and White", "TALVO\\Color", OFX::eContextFilter, 1900, "{E87674D5-E8F2-11D1-9AA9-00A0C99B12C5}",
+    "talvo.effects:blackandwhite", "TALVO Black and White", "TALVO\\Color", OFX::eContextFilter, 1900, "{E87674D5-E8F2-11D1-9AA9-00A0C99B12C5}",
 };
 
 // Note: the f32 value of 1e-6 compared in double (9.999999974752427e-7), so

@@ -12,7 +12,6 @@
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
 #include "ImageStatistics.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "RawView.h"
 
@@ -25,10 +24,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order; the analysis stays
 // on the CPU.
-EffectOpenCL openCL(KernelText(kKernelText), {"k7c3e0b95d", "ke18a4f2c6"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k7c3e0b95d", "ke18a4f2c6"}));
 
 const OFX::EffectDeclaration kBrightnessAndContrast{
-    "TALVO Brightness and Contrast", "TALVO\\Color", OFX::eContextFilter, 1640,
+    "talvo.effects:brightnessandcontrast", "TALVO Brightness and Contrast", "TALVO\\Color", OFX::eContextFilter, 1640,
     "{EC9C4A02-E360-11D1-9AA9-00A0C99B12C5}",
 };
 

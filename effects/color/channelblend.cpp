@@ -10,7 +10,6 @@
 #include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "RawView.h"
 
@@ -23,10 +22,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order; the groups go by
 // memory position, so the storage order needs no kernel of its own.
-EffectOpenCL openCL(KernelText(kKernelText), {"k848d3e676", "kd25d96974"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k848d3e676", "kd25d96974"}));
 
 const OFX::EffectDeclaration kChannelBlend{
-    "TALVO Channel Blend", "TALVO\\Utility", OFX::eContextFilter, 1230, "{0BC15B73-83B9-11D4-9F67-00485481BD31}", true,
+    "talvo.effects:channelblend", "TALVO Channel Blend", "TALVO\\Utility", OFX::eContextFilter, 1230, "{0BC15B73-83B9-11D4-9F67-00485481BD31}", true,
     false, &OFX::kHostsSince18,
 };
 

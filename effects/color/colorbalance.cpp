@@ -10,7 +10,6 @@
 #include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "QzRound.h"
 #include "RawView.h"
@@ -24,10 +23,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // result depends on which component is red, so there is a kernel per depth
 // and storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
-EffectOpenCL openCL(KernelText(kKernelText), {"kc2da69c00", "k8cf90441b", "k0810d9ff8", "kec0e15b08"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"kc2da69c00", "k8cf90441b", "k0810d9ff8", "kec0e15b08"}));
 
 const OFX::EffectDeclaration kColorBalance{
-    "TALVO Color Balance", "TALVO\\Color", OFX::eContextFilter, 1060, "{C3062BEC-E69D-11D1-9AA9-00A0C99B12C5}",
+    "talvo.effects:colorbalance", "TALVO Color Balance", "TALVO\\Color", OFX::eContextFilter, 1060, "{C3062BEC-E69D-11D1-9AA9-00A0C99B12C5}",
 };
 
 constexpr const char* kRedParam = "Red";

@@ -10,7 +10,6 @@
 #include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "RawView.h"
 
@@ -23,10 +22,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. Hue
 // depends on which component is red, so there is a kernel per depth and
 // storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
-EffectOpenCL openCL(KernelText(kKernelText), {"k1293792e6", "kfcf345abd", "ke4d06c2af", "k5e1c5563a"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k1293792e6", "kfcf345abd", "ke4d06c2af", "k5e1c5563a"}));
 
 const OFX::EffectDeclaration kHSLAdjust{
-    "TALVO HSL Adjust", "TALVO\\Color", OFX::eContextFilter, 1680, "{B432972D-E08D-11D2-BF8A-006097C9EBF7}",
+    "talvo.effects:hsladjust", "TALVO HSL Adjust", "TALVO\\Color", OFX::eContextFilter, 1680, "{B432972D-E08D-11D2-BF8A-006097C9EBF7}",
 };
 
 // Note: the hue slider's identifier is "Output" and its script name holds

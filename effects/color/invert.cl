@@ -3,25 +3,14 @@
 // picks by the output's depth, so neither form tests the depth per pixel.
 // The launch rounds the global size up, hence the guards.
 
-// The processor's float path multiplies and adds separately; a fused
-// multiply-add would round differently.
-#pragma OPENCL FP_CONTRACT OFF
-
-// The blend strength byte of the processor's blend: the weight 1 - blend
-// times 255 in single precision, rounded to nearest with halves going up,
-// low byte kept.
-int inv_strength(float blend) {
-    const float k = (1.0f - blend) * 255.0f;
-    const float f = floor(k);
-    return ((int)f + (k - f >= 0.5f ? 1 : 0)) & 0xFF;
-}
+#include "prelude.inc"
 
 __kernel void kd89ea7380(__global const uchar* src, __global uchar* dst, float blend, int width, int height) {
     const int x = get_global_id(0);
     const int y = get_global_id(1);
     if (x >= width || y >= height) return;
     const int i = (y * width + x) * 4;
-    const int strength = inv_strength(blend);
+    const int strength = qz_blend_strength(1.0f - blend);
     const int a = src[i + 3];
     for (int c = 0; c < 4; ++c) {
         const int s = src[i + c];
@@ -38,7 +27,7 @@ __kernel void kd89ea7380(__global const uchar* src, __global uchar* dst, float b
                 d = ((255 - u) * a) >> 8;
             }
         }
-        dst[i + c] = (uchar)(d + ((s - d) * strength) / 256);
+        dst[i + c] = (uchar)qz_mix_byte(d, s, strength);
     }
 }
 

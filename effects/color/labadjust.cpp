@@ -8,7 +8,6 @@
 #include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "RawView.h"
 
@@ -21,11 +20,11 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. L*a*b*
 // depends on which component is red, so there is a kernel per depth and
 // storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
-EffectOpenCL openCL(KernelText(kKernelText), {"k12a8acfc4", "kfcb8ef671", "k0d1dbcf7c", "k5db2d01e8"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k12a8acfc4", "kfcb8ef671", "k0d1dbcf7c", "k5db2d01e8"}));
 
 // The effect has no older form, so no uplift GUID.
 const OFX::EffectDeclaration kLABAdjust{
-    "TALVO LAB Adjust", "TALVO\\Color", OFX::eContextFilter, 1078, nullptr,
+    "talvo.effects:labadjust", "TALVO LAB Adjust", "TALVO\\Color", OFX::eContextFilter, 1078, nullptr,
 };
 
 constexpr const char* kLightnessParam = "Lightness";

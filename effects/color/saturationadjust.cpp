@@ -11,7 +11,6 @@
 #include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "RawView.h"
 
@@ -24,10 +23,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds, for bytes and then floats, a kernel per pixel order (RGBA,
 // then BGRA).
-EffectOpenCL openCL(KernelText(kKernelText), {"k4d92e6a07", "k91b05d3f8", "kc07f81e2b", "k3e6a0c59d"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k4d92e6a07", "k91b05d3f8", "kc07f81e2b", "k3e6a0c59d"}));
 
 const OFX::EffectDeclaration kSaturationAdjust{
-    "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600, "{1C494FD1-BE2B-48DA-9273-5A004DC57CE8}",
+    "talvo.effects:saturationadjust", "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600, "{1C494FD1-BE2B-48DA-9273-5A004DC57CE8}",
 };
 
 constexpr const char* kAmountParam = "Amount";

@@ -11,7 +11,6 @@
 #include "EffectOpenCL.h"
 #include "EffectSkeleton.h"
 #include "ImageProcessor.h"
-#include "KernelStore.h"
 #include "OpenCLProcessor.h"
 #include "QzRound.h"
 #include "RawView.h"
@@ -25,10 +24,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds, for bytes and then floats, a kernel per pixel order (RGBA,
 // then BGRA).
-EffectOpenCL openCL(KernelText(kKernelText), {"k58d1e0c7a", "ka2f7c3916", "k0e4b9d28f", "k6b3a5f01c"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k58d1e0c7a", "ka2f7c3916", "k0e4b9d28f", "k6b3a5f01c"}));
 
 const OFX::EffectDeclaration kSepia{
-    "TALVO Sepia", "TALVO\\Color", OFX::eContextFilter, 1740, "{7F21572F-453A-11D3-80A7-00C04F60C0FA}",
+    "talvo.effects:sepia", "TALVO Sepia", "TALVO\\Color", OFX::eContextFilter, 1740, "{7F21572F-453A-11D3-80A7-00C04F60C0FA}",
 };
 
 constexpr const char* kColorParam = "Color";

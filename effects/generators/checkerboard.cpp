@@ -23,10 +23,10 @@ constexpr std::string_view kKernelText =
 
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order.
-EffectOpenCL openCL(KernelText(kKernelText), {"kffcacd37b", "kb88b75a9c"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"kffcacd37b", "kb88b75a9c"}));
 
 const OFX::EffectDeclaration kCheckerboard{
-    "TALVO Checkerboard", "TALVO", OFX::eContextGenerator, 1240, "{DB10DAB1-5247-4194-B666-E076AD51BE19}",
+    "talvo.effects:checkerboard", "TALVO Checkerboard", "TALVO", OFX::eContextGenerator, 1240, "{DB10DAB1-5247-4194-B666-E076AD51BE19}",
 };
 
 constexpr const char* kTileDimensionsGroup = "TileDimensions";

@@ -30,10 +30,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds the weights kernels for byte and float outputs, then the
 // colours kernels for byte and float outputs.
-EffectOpenCL openCL(KernelText(kKernelText), {"k75723b28f", "kd3fc1b89e", "kb95048b6d", "k9754a2578"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k75723b28f", "kd3fc1b89e", "kb95048b6d", "k9754a2578"}));
 
 const OFX::EffectDeclaration kNoiseTexture{
-    "TALVO Noise Texture", "TALVO", OFX::eContextGenerator, 1220, "{2CCDA29D-FBD5-4E5D-AA1B-B82EA7FBED51}",
+    "talvo.effects:noisetexture", "TALVO Noise Texture", "TALVO", OFX::eContextGenerator, 1220, "{2CCDA29D-FBD5-4E5D-AA1B-B82EA7FBED51}",
 };
 
 constexpr const char* kNoiseStyleParam = "NoiseStyle";

@@ -19,10 +19,10 @@ constexpr std::string_view kKernelText =
 
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel, in this order.
-EffectOpenCL openCL(KernelText(kKernelText), {"kef81dd488", "k38927195c"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"kef81dd488", "k38927195c"}));
 
 const OFX::EffectDeclaration kSolidColor{
-    "TALVO Solid Color", "TALVO", OFX::eContextGenerator, 1310, "{D9DD0DFC-274F-45A7-B874-3D2BCFA61FE9}",
+    "talvo.effects:solidcolor", "TALVO Solid Color", "TALVO", OFX::eContextGenerator, 1310, "{D9DD0DFC-274F-45A7-B874-3D2BCFA61FE9}",
 };
 
 constexpr const char* kColorParam = "Color";

@@ -69,10 +69,10 @@ constexpr std::string_view kKernelText =
 // Shared by all instances, from the factory's load to its unload. The
 // program holds a byte and a float kernel for each pixel order: byte RGBA,
 // byte BGRA, float RGBA, float BGRA.
-EffectOpenCL openCL(KernelText(kKernelText), {"k6600e3de0", "kd3f3059e7", "k7bdf055a8", "kb8a5abead"});
+EffectOpenCL openCL(kKernelText, kernelsByDepth({"k6600e3de0", "kd3f3059e7", "k7bdf055a8", "kb8a5abead"}));
 
 const OFX::EffectDeclaration kTestPattern{
-    "TALVO Test Pattern", "TALVO", OFX::eContextGenerator, 1920, "{C55DDAF9-B236-11d2-BAD4-00C04F8EDC09}", true, false,
+    "talvo.effects:testpattern", "TALVO Test Pattern", "TALVO", OFX::eContextGenerator, 1920, "{C55DDAF9-B236-11d2-BAD4-00C04F8EDC09}", true, false,
     &OFX::kHostsSince18,
 };
 

@@ -71,7 +71,7 @@ protected:
 
     Record record;
     OpenCLBinding binding;
-    OpenCLProgram program{binding, KernelText(kText), {"ka", "kb"}};
+    OpenCLProgram program{binding, kText, {"ka", "kb"}};
 };
 
 TEST_F(OpenCLProgramTest, LoadCompilesTheTextAndCreatesEachKernelOnce) {
@@ -128,15 +128,6 @@ TEST_F(OpenCLProgramTest, UnloadReleasesKernelsThenProgramOnce) {
     program.releaseProgram();
     EXPECT_EQ(record.kernelsReleased.size(), 2u);
     EXPECT_EQ(record.programsReleased.size(), 1u);
-}
-
-TEST_F(OpenCLProgramTest, PackedTextIsJoinedBeforeCompiling) {
-    static const char* const words[] = {"__kernel", "void", "ka()", "{}"};
-    static const std::uint8_t stream[] = {0, 1, 2, 3};
-    OpenCLProgram packed{binding, KernelText(PackedKernelText<std::uint8_t>{words, stream, 22}), {"ka"}};
-    packed.buildProgram(1);
-    ASSERT_EQ(record.sources.size(), 1u);
-    EXPECT_EQ(record.sources[0], "__kernel void ka() {} ");
 }
 
 }  // namespace

@@ -146,14 +146,26 @@ TEST_F(InvertRender, FloatBlendUsesTheSinglePrecisionMix) {
     }
 }
 
-TEST_F(InvertRender, EveryVariantGivesTheSameNumbers) {
+// An opaque row whose byte values are exact in float too, so that one
+// source serves both depths: 1 - c in float, the table's complement in bytes.
+TEST_F(InvertRender, OpaqueReferencesHoldInEveryVariant) {
+    const std::vector<Rgba> bytes{{0, 51, 255, 255}, {30, 60, 90, 255}};
+    std::vector<Rgba> floats;
+    for (const Rgba& p : bytes) floats.push_back({p[0] / 255.0f, p[1] / 255.0f, p[2] / 255.0f, 1.0f});
+    auto inst = filterOn(*plugin, rowImage(floats, Depth::Float));
+    const auto byteReference = rowImage({{255, 204, 0, 255}, {225, 195, 165, 255}}, Depth::Byte);
+    const auto floatReference = rowImage({{1.0f, 1.0f - 0.2f, 0.0f, 1.0f},
+                                          {1.0f - 30 / 255.0f, 1.0f - 60 / 255.0f, 1.0f - 90 / 255.0f, 1.0f}},
+                                         Depth::Float);
+    expectFourVariants(*inst, {byteReference, floatReference});
+}
+
+TEST_F(InvertRender, BothPixelOrdersGiveOnePicture) {
     const auto source = ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11);
     auto inst = filterOn(*plugin, source);
     inst->setValueText("BlendAmount", "0.7");
-    const auto byteRgba = renderVariant(*inst, kAllVariants[0]);
-    const auto floatRgba = renderVariant(*inst, kAllVariants[2]);
-    EXPECT_TRUE(renderVariant(*inst, kAllVariants[1]).samePixels(byteRgba));
-    EXPECT_TRUE(renderVariant(*inst, kAllVariants[3]).samePixels(floatRgba));
+    expectOnePicture(*inst, Depth::Byte, "invert");
+    expectOnePicture(*inst, Depth::Float, "invert");
 }
 
 // The keys of the older Invert, one double each, through the host's

@@ -16,7 +16,7 @@
 
 namespace {
 
-const OFX::EffectDeclaration kParams{"ONDU1 Test Params", "ONDU1 Test", OFX::eContextFilter, 0, nullptr};
+const OFX::EffectDeclaration kParams{"ondu1.test:params", "ONDU1 Test Params", "ONDU1 Test", OFX::eContextFilter, 0, nullptr};
 
 // The probes, the options of "Probe". "KeyTimes" ends one index past the
 // last key of "Gain", "Keys" deletes a key at a time without one,

@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "ofxTalvo.h"
 #include "ofxhost/Instance.h"
 #include "ofxhost/Memory.h"

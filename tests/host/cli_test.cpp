@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "cli/Cli.h"
 #include "ofxhost/ImageIO.h"
 

@@ -1,4 +1,4 @@
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 
 #include <unistd.h>
 

@@ -7,7 +7,7 @@
 #include <cctype>
 #include <sstream>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "cli/Cli.h"
 #include "ofxTalvo.h"
 #include "ofxhost/Context.h"

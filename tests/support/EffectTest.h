@@ -46,6 +46,29 @@ std::unique_ptr<ofxhost::Instance> generatorOf(ofxhost::Plugin& plugin, int widt
 // other than OK.
 ofxhost::ImageBuffer renderVariant(ofxhost::Instance& instance, const Variant& variant);
 
+// The four-variant check. Renders frame 0 of `instance` in byte and float,
+// RGBA and BGRA, and compares each render, colour by colour (so the pixel
+// order of memory does not matter), with the reference of its depth: images
+// in any order, compared red with red. Bytes must agree exactly; floats
+// within `floatTolerance` (0: to the bit, NaN matching NaN). A test thus
+// states its reference once per depth, and the same picture is demanded of
+// both pixel orders.
+struct References {
+    const ofxhost::ImageBuffer& bytes;
+    const ofxhost::ImageBuffer& floats;
+};
+void expectFourVariants(ofxhost::Instance& instance, const References& references, float floatTolerance = 0.0f);
+
+// Renders `instance` in RGBA and BGRA at `depth` and expects one picture:
+// every colour channel equal, to the bit. The source (if any) is the same
+// picture in both orders, converted by the host.
+void expectOnePicture(ofxhost::Instance& instance, ofxhost::Depth depth, const std::string& what);
+
+// Colour-by-colour comparison of two images of one depth: the first
+// difference, or an empty string when they agree.
+std::string firstDifference(const ofxhost::ImageBuffer& got, const ofxhost::ImageBuffer& want,
+                            float floatTolerance = 0.0f);
+
 // One pixel in colour order (red, green, blue, alpha), in the image's own
 // depth: 0..255 for bytes.
 using Rgba = std::array<float, 4>;

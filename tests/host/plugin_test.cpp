@@ -3,7 +3,7 @@
 // and reload after unload.
 #include <gtest/gtest.h>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "ofxTalvo.h"
 #include "ofxhost/Describe.h"
 #include "ofxhost/Instance.h"

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "cli/Options.h"
 #include "ofxhost/Json.h"
 #include "ofxhost/ParamText.h"

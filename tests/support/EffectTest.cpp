@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstring>
+#include <sstream>
 #include <stdexcept>
 
 #include "ofxhost/Describe.h"
@@ -46,6 +49,46 @@ ofxhost::ImageBuffer renderVariant(ofxhost::Instance& instance, const Variant& v
     ofxhost::ImageBuffer output = instance.makeOutput(options);
     EXPECT_EQ(instance.render(0.0, options, output), kOfxStatOK) << variantName(variant);
     return output;
+}
+
+std::string firstDifference(const ofxhost::ImageBuffer& got, const ofxhost::ImageBuffer& want, float floatTolerance) {
+    if (got.width() != want.width() || got.height() != want.height() || got.depth() != want.depth())
+        return "size or depth differs";
+    static const char* const kColour[] = {"red", "green", "blue", "alpha"};
+    for (int y = 0; y < got.height(); ++y) {
+        for (int x = 0; x < got.width(); ++x) {
+            const Rgba a = pixelAt(got, got.bounds().x1 + x, got.bounds().y1 + y);
+            const Rgba b = pixelAt(want, want.bounds().x1 + x, want.bounds().y1 + y);
+            for (int c = 0; c < 4; ++c) {
+                const bool same = (std::isnan(a[c]) && std::isnan(b[c])) ||
+                                  (floatTolerance == 0.0f ? std::memcmp(&a[c], &b[c], sizeof(float)) == 0
+                                                          : std::fabs(a[c] - b[c]) <= floatTolerance);
+                if (same) continue;
+                std::ostringstream out;
+                out.precision(9);
+                out << "at (" << x << ", " << y << ") " << kColour[c] << " is " << a[c] << ", expected " << b[c];
+                return out.str();
+            }
+        }
+    }
+    return {};
+}
+
+void expectFourVariants(ofxhost::Instance& instance, const References& references, float floatTolerance) {
+    for (const Variant& variant : kAllVariants) {
+        const ofxhost::ImageBuffer out = renderVariant(instance, variant);
+        const bool bytes = variant.depth == ofxhost::Depth::Byte;
+        const std::string diff = firstDifference(out, bytes ? references.bytes : references.floats,
+                                                 bytes ? 0.0f : floatTolerance);
+        EXPECT_EQ(diff, "") << variantName(variant);
+    }
+}
+
+void expectOnePicture(ofxhost::Instance& instance, ofxhost::Depth depth, const std::string& what) {
+    const ofxhost::ImageBuffer rgba = renderVariant(instance, {depth, ofxhost::PixelOrder::RGBA});
+    const ofxhost::ImageBuffer bgra = renderVariant(instance, {depth, ofxhost::PixelOrder::BGRA});
+    EXPECT_EQ(firstDifference(bgra, rgba), "") << what << " in " << ofxhost::depthName(depth)
+                                               << ": BGRA against RGBA";
 }
 
 Rgba pixelAt(const ofxhost::ImageBuffer& image, int x, int y) {

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "ofxhost/Param.h"
 #include "ofxhost/Suites.h"
 #include "ofxTalvo.h"

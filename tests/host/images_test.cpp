@@ -6,7 +6,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "ofxhost/Image.h"
 #include "ofxhost/ImageIO.h"
 #include "ofxhost/Status.h"

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "TestSupport.h"
+#include "HostTestSupport.h"
 #include "ofxhost/Context.h"
 #include "ofxhost/Suites.h"
 #include "ofxhost/ThreadPool.h"

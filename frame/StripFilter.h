@@ -1,0 +1,77 @@
+// The shape of the filters that copy their source to the output, change the
+// copy in place and mix the source back by a weight (1 - BlendAmount): the
+// three steps run strip by strip, a few rows at a time, so that each strip
+// is copied, changed and mixed while it is still in the processor's cache,
+// instead of three passes over the whole band through memory. The result is
+// the same as three whole passes, to the bit: each step is a row-wise
+// operation of the pixel core on the same rows.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "ImageEffect.h"
+#include "QzDib.h"
+#include "RawView.h"
+
+namespace OFX {
+
+// About this many bytes of each image per strip: two images' strips stay in
+// a core's second-level cache.
+inline constexpr int kStripBytes = 128 * 1024;
+
+inline bool windowInside(const OfxRectI& window, const Image* image) {
+    const OfxRectI& b = image->getBounds();
+    return b.x1 <= window.x1 && b.y1 <= window.y1 && window.x2 <= b.x2 && window.y2 <= b.y2;
+}
+
+// Copies `src` over `window` of `dst`, runs `transform(rows)` on the copied
+// rows and mixes the source back with `sourceWeight` (the blend primitive's
+// alpha: 0 keeps the transformed pixels). `transform` answers 1 when it
+// stopped for the host's abort, and the strip goes unmixed. The result is the
+// processor's: 0, 1 for an abort, or a primitive's negative status.
+//
+// Images that do not both cover the window take the three steps over the
+// whole window instead, so that the pixel core's clipping of a partial
+// overlap applies exactly as it does to one call.
+template <class Transform>
+int copyTransformBlend(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel,
+                       double sourceWeight, Transform&& transform) {
+    if (!hasPixels(dst, bytesPerPixel) || !hasPixels(src, bytesPerPixel)) return 0;
+    const RawView d = rawView(dst);
+    const RawView s = rawView(src);
+    const auto pass = [&](const OfxRectI& rows, const OfxRectI& transformed) -> int {
+        const RECT r = toRECT(rows);
+        const HRESULT copied =
+            QzDibCopyUnscaled(d.base, &d.bounds, d.stride, &r, s.base, &s.bounds, s.stride, &r, bytesPerPixel);
+        if (copied < 0) return copied;
+        if (const int stopped = transform(transformed)) return stopped;
+        return QzDibAbsoluteAlphaValueBlend(d.base, &d.bounds, d.stride, &r, s.base, &s.bounds, s.stride, &r,
+                                            bytesPerPixel, sourceWeight);
+    };
+    const int width = window.x2 - window.x1;
+    if (width <= 0 || window.y2 <= window.y1 || !windowInside(window, dst) || !windowInside(window, src))
+        return pass(window, clipToImage(window, dst));
+
+    const int stripRows = std::max(1, kStripBytes / (width * bytesPerPixel));
+    int status = 0;
+    for (int y = window.y1; y < window.y2; y += stripRows) {
+        const OfxRectI strip{window.x1, y, window.x2, std::min(y + stripRows, window.y2)};
+        status = pass(strip, strip);
+        if (status != 0) return status;
+    }
+    return status;
+}
+
+// Calls `row(pixels, count)` on each row of `rows` of `image`, first asking
+// the host whether to stop: answers 1 when it stopped, 0 otherwise.
+template <class PIX, class Row>
+int forEachRow(const ImageEffect& effect, const Image* image, const OfxRectI& rows, Row&& row) {
+    for (int y = rows.y1; y < rows.y2; ++y) {
+        if (effect.abort()) return 1;
+        row(static_cast<PIX*>(image->getPixelAddress(rows.x1, y)), rows.x2 - rows.x1);
+    }
+    return 0;
+}
+
+}  // namespace OFX

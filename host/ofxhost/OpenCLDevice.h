@@ -49,10 +49,14 @@ public:
     // The compiler options every program is built with on this device.
     const std::string& buildOptions() const { return buildOptions_; }
 
-    // Held for the whole of an OpenCL render: plug-ins set arguments on
-    // kernels they share between instances without a lock of their own, so
-    // renders on one device go one at a time.
+    // Held for the whole of an OpenCL render while renders go one at a time:
+    // the default, since plug-ins may set arguments on kernels they share
+    // between instances without a lock of their own. Turned off, renders on
+    // several threads use the device at once, as hosts that render frames in
+    // parallel do (the concurrency tests of the bundle's effects).
     std::mutex& renderMutex() { return renderMutex_; }
+    bool oneRenderAtATime() const { return oneRenderAtATime_; }
+    void setOneRenderAtATime(bool value) { oneRenderAtATime_ = value; }
 
     // A device buffer of exactly `size` bytes, contents undefined: one kept
     // from an earlier render when there is one, else a new one. Frames of a
@@ -83,6 +87,7 @@ private:
     std::unique_ptr<std::remove_pointer_t<cl_context>, ReleaseContext> context_;
     std::unique_ptr<std::remove_pointer_t<cl_command_queue>, ReleaseQueue> queue_;
     std::mutex renderMutex_;
+    bool oneRenderAtATime_ = true;
     std::mutex spareMutex_;  // guards spare_
     std::vector<std::pair<std::size_t, cl_mem>> spare_;
 };

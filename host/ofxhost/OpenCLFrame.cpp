@@ -27,7 +27,10 @@ bool isPacked(const ImageBuffer& image) { return image.rowBytes() == packedRowBy
 }  // namespace
 
 OpenCLFrame::OpenCLFrame(OpenCLDevice& device, ImageBuffer& output)
-    : device_(device), renderLock_(device.renderMutex()), outputImage_(output), output_(upload(output))
+    : device_(device),
+      renderLock_(device.oneRenderAtATime() ? std::unique_lock(device.renderMutex()) : std::unique_lock<std::mutex>()),
+      outputImage_(output),
+      output_(upload(output))
 {
 }
 

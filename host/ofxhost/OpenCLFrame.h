@@ -25,7 +25,8 @@ inline int packedRowBytes(const ImageBuffer& image) { return image.width() * ima
 
 class OpenCLFrame {
 public:
-    // Holds the device's render lock for its life. The output buffer starts
+    // Holds the device's render lock for its life where the device runs
+    // renders one at a time. The output buffer starts
     // with the output's pixels, so what the plug-in leaves alone stays.
     // Throws Error when a buffer cannot be made.
     OpenCLFrame(OpenCLDevice& device, ImageBuffer& output);
@@ -57,7 +58,7 @@ private:
     Buffer upload(const ImageBuffer& image);
 
     OpenCLDevice& device_;
-    std::lock_guard<std::mutex> renderLock_;
+    std::unique_lock<std::mutex> renderLock_;
     ImageBuffer& outputImage_;
     Buffer output_;
     std::mutex mutex_;  // guards inputs_

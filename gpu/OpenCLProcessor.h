@@ -89,6 +89,10 @@ public:
     static cl_mem buffer(const OFX::Image* image) {
         return image ? static_cast<cl_mem>(image->getOpenCLImage()) : nullptr;
     }
+    // The output image (its bounds, pixel aspect ratio and depth; its pixels
+    // are on the device) and the render window.
+    const OFX::Image& output() const { return *this->dstImg; }
+    const OfxRectI& window() const { return this->renderWindow; }
     cl_mem src() const { return buffer(this->srcImg); }
     cl_mem dst() const { return buffer(this->dstImg); }
     // The output's depth picks the kernel for the whole launch, so no kernel

@@ -5,23 +5,17 @@
 // The five pairs carry the grid the processor works out, in pixels of the
 // window: (tile width, tile height), (soft half-widths x, y), (their inverse
 // scales x, y), (offsets x, y), and (width, height) as whole-number floats
-// for the guard. The two colours are premultiplied and in memory order
-// (red first in both pixel orders, as the processor writes them); for bytes
-// their components are the processor's bytes as whole-number floats.
+// for the guard. The two colours are premultiplied and in the render's
+// memory order, as the processor writes them, so neither kernel depends on
+// the pixel order; for bytes their components are the processor's bytes as
+// whole-number floats.
 //
 // Rows run against memory order: row r is drawn as the picture's row
 // height - r - 1 from the top, as the processor counts it.
 
-// The processor multiplies and adds separately; a fused multiply-add would
-// round the tile edges differently.
-#pragma OPENCL FP_CONTRACT OFF
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-
-// The processor's float-to-int conversion: truncation, with 0x80000000 for
-// what lies outside the 32-bit range.
-int trunc_i32(float v) {
-    return (v >= -2147483648.0f && v < 2147483648.0f) ? (int)v : INT_MIN;
-}
+// The processor multiplies and adds separately (the prelude turns fused
+// multiply-adds off), which keeps the tile edges where it rounds them.
+#include "prelude.inc"
 
 // The float quotient, correctly rounded: the single-precision division of
 // OpenCL C may be off by more than half an ulp, while the double quotient
@@ -33,7 +27,7 @@ float quotient(float a, float b) {
 // The tile index of a position: the floor taken as a truncation, less one
 // where the truncation lies beyond the position.
 int tile_index(float position, float size) {
-    int i = trunc_i32(quotient(position, size));
+    int i = qz_trunc_f(quotient(position, size));
     if ((float)i * size > position) --i;
     return i;
 }
@@ -83,7 +77,7 @@ Cell locate(int x, int y, float2 tile, float2 soft, float2 scale, float2 offset,
     c.rowBand = !(y0 <= Y && Y < y1);
     c.t = 0;
     if (c.rowBand)
-        c.t = Y < y0 ? trunc_i32((y0 - Y) * scale.y + 0.5f) : trunc_i32((Y - y1) * scale.y + 0.5f);
+        c.t = Y < y0 ? qz_trunc_f((y0 - Y) * scale.y + 0.5f) : qz_trunc_f((Y - y1) * scale.y + 0.5f);
 
     // The processor walks the row: X steps by one pixel and the tile edges
     // by a tile width, each addition rounded to float. This column's X is
@@ -102,7 +96,7 @@ Cell locate(int x, int y, float2 tile, float2 soft, float2 scale, float2 offset,
     }
     c.ix = ix;
     c.columnBand = X < x0;
-    c.w = c.columnBand ? trunc_i32((x0 - X) * scale.x + 0.5f) : 0;
+    c.w = c.columnBand ? qz_trunc_f((x0 - X) * scale.x + 0.5f) : 0;
     return c;
 }
 
@@ -124,10 +118,10 @@ __kernel void kffcacd37b(__global uchar* dst, float2 tile, float2 soft, float2 s
         const int t = cell.t;
         const int4 o = a * (65536 - t) + b * t;
         const int4 e = a * t + b * (65536 - t);
-        odd = (int4)(trunc_i32((float)o.x * 1.5258789e-5f), trunc_i32((float)o.y * 1.5258789e-5f),
-                     trunc_i32((float)o.z * 1.5258789e-5f), trunc_i32((float)o.w * 1.5258789e-5f)) & 0xFF;
-        even = (int4)(trunc_i32((float)e.x * 1.5258789e-5f), trunc_i32((float)e.y * 1.5258789e-5f),
-                      trunc_i32((float)e.z * 1.5258789e-5f), trunc_i32((float)e.w * 1.5258789e-5f)) & 0xFF;
+        odd = (int4)(qz_trunc_f((float)o.x * 1.5258789e-5f), qz_trunc_f((float)o.y * 1.5258789e-5f),
+                     qz_trunc_f((float)o.z * 1.5258789e-5f), qz_trunc_f((float)o.w * 1.5258789e-5f)) & 0xFF;
+        even = (int4)(qz_trunc_f((float)e.x * 1.5258789e-5f), qz_trunc_f((float)e.y * 1.5258789e-5f),
+                      qz_trunc_f((float)e.z * 1.5258789e-5f), qz_trunc_f((float)e.w * 1.5258789e-5f)) & 0xFF;
     }
     const bool isOdd = ((cell.ix + cell.iy0) & 1) != 0;
     const int4 c = isOdd ? odd : even;

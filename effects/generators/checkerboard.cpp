@@ -5,43 +5,104 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <memory>
+#include <string>
 #include <type_traits>
 
-#include "EffectOpenCL.h"
-#include "EffectSkeleton.h"
-#include "ImageProcessor.h"
-#include "OpenCLProcessor.h"
+#include "Effect.h"
 #include "QzRound.h"
 #include "RawView.h"
+#include "StripFilter.h"
 
 namespace {
 
-constexpr std::string_view kKernelText =
-#include "checkerboard.cl.inc"
-    ;
-
-// Shared by all instances, from the factory's load to its unload. The
-// program holds a byte and a float kernel, in this order.
-EffectOpenCL openCL(kKernelText, kernelsByDepth({"kffcacd37b", "kb88b75a9c"}));
-
-const OFX::EffectDeclaration kCheckerboard{
-    "talvo.effects:checkerboard", "TALVO Checkerboard", "TALVO", OFX::eContextGenerator, 1240, "{DB10DAB1-5247-4194-B666-E076AD51BE19}",
+constexpr OFX::EffectDeclaration kCheckerboard{
+    "talvo.effects:checkerboard", "TALVO Checkerboard", "TALVO", OFX::eContextGenerator, 1240,
+    "{DB10DAB1-5247-4194-B666-E076AD51BE19}",
 };
 
-constexpr const char* kTileDimensionsGroup = "TileDimensions";
-constexpr const char* kTileWidthParam = "TileDimensionsWidth";
-constexpr const char* kTileHeightParam = "TileDimensionsHeight";
-constexpr const char* kTileSquareParam = "TileDimensionsSquare";
-constexpr const char* kEdgeBlendingGroup = "EdgeBlending";
-constexpr const char* kBlendHorizontalParam = "EdgeBlendingHorizontal";
-constexpr const char* kBlendVerticalParam = "EdgeBlendingVertical";
-constexpr const char* kBlendProportionalParam = "EdgeBlendingProportional";
-constexpr const char* kColor1Param = "Color1";
-constexpr const char* kColor2Param = "Color2";
-constexpr const char* kGridOffsetGroup = "GridOffset";
-constexpr const char* kGridOffsetXParam = "GridOffsetX";
-constexpr const char* kGridOffsetYParam = "GridOffsetY";
+// Fractions of the frame's width and height; the smallest is still at least
+// one pixel once drawn.
+constexpr OFX::GroupRow kTileDimensions{.name = "TileDimensions", .label = "Tile dimensions"};
+constexpr OFX::DoubleRow kTileWidth{
+    .name = "TileDimensionsWidth",
+    .label = "Width",
+    .scriptName = "tiledimensionswidth",
+    .defaultValue = 0.1,
+    .min = 0.001,
+    .group = &kTileDimensions,
+};
+constexpr OFX::DoubleRow kTileHeight{
+    .name = "TileDimensionsHeight",
+    .label = "Height",
+    .scriptName = "tiledimensionsheight",
+    .defaultValue = 0.1,
+    .min = 0.001,
+    .group = &kTileDimensions,
+};
+constexpr OFX::BooleanRow kTileSquare{
+    .name = "TileDimensionsSquare",
+    .label = "Square",
+    .scriptName = "tiledimensionssquare",
+    .defaultValue = true,
+    .group = &kTileDimensions,
+};
+// Fractions of a tile.
+constexpr OFX::GroupRow kEdgeBlending{.name = "EdgeBlending", .label = "Edge blending"};
+constexpr OFX::DoubleRow kBlendHorizontal{
+    .name = "EdgeBlendingHorizontal",
+    .label = "Horizontal",
+    .scriptName = "edgeblendinghorizontal",
+    .group = &kEdgeBlending,
+};
+constexpr OFX::DoubleRow kBlendVertical{
+    .name = "EdgeBlendingVertical",
+    .label = "Vertical",
+    .scriptName = "edgeblendingvertical",
+    .group = &kEdgeBlending,
+};
+constexpr OFX::BooleanRow kBlendProportional{
+    .name = "EdgeBlendingProportional",
+    .label = "Proportional",
+    .scriptName = "edgeblendingproportional",
+    .defaultValue = true,
+    .group = &kEdgeBlending,
+};
+constexpr OFX::RGBARow kColor1{.name = "Color1", .label = "Color 1", .scriptName = "color1"};
+constexpr OFX::RGBARow kColor2{
+    .name = "Color2",
+    .label = "Color 2",
+    .scriptName = "color2",
+    .defaultValue = {1.0, 1.0, 1.0, 1.0},
+};
+// Fractions of the frame.
+constexpr OFX::GroupRow kGridOffset{.name = "GridOffset", .label = "Grid offset"};
+constexpr OFX::DoubleRow kGridOffsetX{
+    .name = "GridOffsetX", .label = "X", .scriptName = "gridoffsetx", .group = &kGridOffset};
+constexpr OFX::DoubleRow kGridOffsetY{
+    .name = "GridOffsetY", .label = "Y", .scriptName = "gridoffsety", .group = &kGridOffset};
+
+constexpr OFX::ParamTable kParams{
+    kTileDimensions, kTileWidth,       kTileHeight,    kTileSquare,
+    kEdgeBlending,   kBlendHorizontal, kBlendVertical, kBlendProportional,
+    kColor1,         kColor2,
+    kGridOffset,     kGridOffsetX,     kGridOffsetY,
+};
+
+// The parameters at the render time, in the order of the panel.
+struct checkerboardValues {
+    double tileWidth;
+    double tileHeight;
+    bool square;
+    double blendHorizontal;
+    double blendVertical;
+    bool proportional;
+    std::array<double, 4> color1;  // red, green, blue, alpha
+    std::array<double, 4> color2;
+    double offsetX;
+    double offsetY;
+};
+
+using checkerboardProcessorBase = OFX::EffectProcessorBase<checkerboardValues>;
 
 // The mixing weights are 16.16 fixed point: 65536 is the whole of the second
 // colour of a mix.
@@ -50,22 +111,9 @@ constexpr int kWeightOne = 65536;
 // 1/65536.
 constexpr float kInverseWeightOne = 1.5258789e-5f;
 
-// The parameters at the render time, in the order of the panel.
-struct CheckerboardValues {
-    double tileWidth = 0.1;
-    double tileHeight = 0.1;
-    bool square = true;
-    double blendHorizontal = 0.0;
-    double blendVertical = 0.0;
-    bool proportional = true;
-    double color1[4] = {0.0, 0.0, 0.0, 1.0};  // red, green, blue, alpha
-    double color2[4] = {1.0, 1.0, 1.0, 1.0};
-    double offsetX = 0.0;
-    double offsetY = 0.0;
-};
-
 // The grid in pixels of the render window: tile size, soft half-widths,
-// their inverse scales and the offset.
+// their inverse scales and the offset. Worked out once per render, for the
+// processor and the kernels alike.
 struct Geometry {
     float tw, th;
     float sx, sy;
@@ -73,7 +121,7 @@ struct Geometry {
     float ox, oy;
 };
 
-Geometry gridGeometry(const CheckerboardValues& v, int width, int height, float pixelAspect) {
+Geometry gridGeometry(const checkerboardValues& v, int width, int height, float pixelAspect) {
     Geometry g{};
     g.tw = static_cast<float>(v.tileWidth) * static_cast<float>(width);
     g.th = static_cast<float>(v.tileHeight) * static_cast<float>(height);
@@ -99,6 +147,15 @@ Geometry gridGeometry(const CheckerboardValues& v, int width, int height, float 
     return g;
 }
 
+// The grid over a window of the output image. A pixel aspect ratio that is
+// not a positive number would make the tile width meaningless; such a host
+// gets square pixels.
+Geometry gridGeometry(const checkerboardValues& v, const OFX::Image& output, int width, int height) {
+    const double aspect = output.getPixelAspectRatio();
+    const float pixelAspect = aspect > 0.0 && std::isfinite(aspect) ? static_cast<float>(aspect) : 1.0f;
+    return gridGeometry(v, width, height, pixelAspect);
+}
+
 // The tile index of a position: the floor taken as a truncation, corrected
 // by one where the truncation lies beyond the position.
 int tileIndex(float position, float size) {
@@ -107,81 +164,58 @@ int tileIndex(float position, float size) {
     return i;
 }
 
-// A colour premultiplied by its own alpha, in the pixel's own scale.
-// Note: the parameter's red goes to the first component in memory in both
-// pixel orders, unlike Solid Color; on BGRA clips red and blue trade places.
-template <class PIX>
-std::array<PIX, 4> premultiplied(const double (&rgba)[4]) {
+// A colour premultiplied by its own alpha, in the pixel's own scale and the
+// order's memory layout.
+template <class PIX, int isBGRA>
+std::array<PIX, 4> premultiplied(const std::array<double, 4>& rgba) {
+    constexpr int kRed = isBGRA ? 2 : 0;
+    constexpr int kBlue = isBGRA ? 0 : 2;
     const float alpha = static_cast<float>(rgba[3]);
+    const float straight[4] = {static_cast<float>(rgba[0]) * alpha, static_cast<float>(rgba[1]) * alpha,
+                               static_cast<float>(rgba[2]) * alpha, alpha};
+    const int position[4] = {kRed, 1, kBlue, 3};
     std::array<PIX, 4> p{};
     for (int c = 0; c < 4; ++c) {
-        const float v = c == 3 ? alpha : static_cast<float>(rgba[c]) * alpha;
         if constexpr (std::is_same_v<PIX, unsigned char>)
-            p[c] = static_cast<unsigned char>(qz::truncToInt32(v * 255.0f));
+            p[position[c]] = static_cast<unsigned char>(qz::truncToInt32(straight[c] * 255.0f));
         else
-            p[c] = v;
+            p[position[c]] = straight[c];
     }
     return p;
 }
-
-class checkerboardProcessorBase : public OFX::ImageProcessor {
-public:
-    using OFX::ImageProcessor::ImageProcessor;
-
-    void setValues(const CheckerboardValues& v) { values = v; }
-
-    // The rows are counted from the window's first row, so a band of a
-    // threaded split would restart the pattern: the whole window is drawn
-    // in one call.
-    void multiThread(unsigned int) override { OFX::ImageProcessor::multiThread(1); }
-
-protected:
-    CheckerboardValues values;
-
-    // Whether the host's output covers the window; anything less is left
-    // alone rather than drawn with a shifted grid.
-    // (Read from the bounds: an OpenCL render's image has no pixels here.)
-    bool coversWindow(const OfxRectI& window) const {
-        const OfxRectI& b = dstImg->getBounds();
-        return b.x1 <= window.x1 && b.y1 <= window.y1 && window.x2 <= b.x2 && window.y2 <= b.y2;
-    }
-
-    Geometry geometry(int width, int height) const {
-        // A pixel aspect ratio that is not a positive number would make the
-        // tile width meaningless; such a host gets square pixels.
-        const double aspect = dstImg->getPixelAspectRatio();
-        const float pixelAspect = aspect > 0.0 && std::isfinite(aspect) ? static_cast<float>(aspect) : 1.0f;
-        return gridGeometry(values, width, height, pixelAspect);
-    }
-};
 
 template <class PIX, int nComponents, int max, int isBGRA>
 class checkerboardProcessor : public checkerboardProcessorBase {
 public:
     using checkerboardProcessorBase::checkerboardProcessorBase;
 
-    int multiThreadProcessImages(OfxRectI window) override {
+    // Each row is worked out from its place in the whole render window
+    // alone, so the host's threads can draw bands of rows apart.
+    int multiThreadProcessImages(OfxRectI band) override {
         if (!OFX::hasPixels(dstImg, kBytesPerPixel)) return 0;
-        if (!coversWindow(window)) return 0;
-        const int width = window.x2 - window.x1;
-        const int height = window.y2 - window.y1;
-        const Geometry g = geometry(width, height);
-        const Pixel a = premultiplied<PIX>(values.color1);
-        const Pixel b = premultiplied<PIX>(values.color2);
+        // An output that does not cover the window is left alone rather
+        // than drawn with a shifted grid.
+        if (!OFX::windowInside(renderWindow, dstImg)) return 0;
+        const int width = renderWindow.x2 - renderWindow.x1;
+        const int height = renderWindow.y2 - renderWindow.y1;
+        const Geometry g = gridGeometry(values, *dstImg, width, height);
+        const Pixel a = premultiplied<PIX, isBGRA>(values.color1);
+        const Pixel b = premultiplied<PIX, isBGRA>(values.color2);
 
         // Note: rows are counted from the window's first row in memory and
         // measured from the opposite end, so the grid starts at the top of
         // the picture. Each row is addressed through the image's own row
         // address; on the packed images the host hands over this is the
         // window-width step the pattern was drawn with.
-        for (int r = 0; r < height; ++r) {
+        for (int y = band.y1; y < band.y2; ++y) {
             if (effect.abort()) return 1;
+            const int r = y - renderWindow.y1;
             const float Y = static_cast<float>(height - r - 1) + 0.5f - g.oy;
             const int iy0 = tileIndex(Y, g.th);
             const float y0 = static_cast<float>(iy0) * g.th + g.sy;
             const float y1 = static_cast<float>(iy0 + 1) * g.th - g.sy;
             const RowPair pair = rowPair(a, b, g, Y, y0, y1);
-            drawRow(static_cast<PIX*>(dstImg->getPixelAddress(window.x1, window.y1 + r)), width, g, iy0, pair);
+            drawRow(static_cast<PIX*>(dstImg->getPixelAddress(renderWindow.x1, y)), width, g, iy0, pair);
         }
         return 0;
     }
@@ -258,167 +292,82 @@ private:
     }
 };
 
-class checkerboardOpenCLProcessor : public OpenCLProcessor<checkerboardProcessorBase> {
-public:
-    using OpenCLProcessor::OpenCLProcessor;
+constexpr std::string_view kKernelText =
+#include "checkerboard.cl.inc"
+    ;
 
-    // The grid is worked out here as the processor does, and goes over as
-    // five pairs: tile size, soft half-widths, inverse scales, offset, and
-    // the window's width and height (whole-number floats) for the kernel's
-    // guard. The colours go over in memory order, the same for both pixel
-    // orders, and in the output's own scale.
-    void process() override {
-        if (!dstImg) return;
-        if (!coversWindow(renderWindow)) return;
-        const cl_int width = windowWidth();
-        const cl_int height = windowHeight();
-        const Geometry g = geometry(width, height);
+// A colour as the kernels take it: the processor's premultiplied pixel for
+// the render's depth and order, bytes as whole-number floats.
+template <class PIX, int isBGRA>
+cl_float4 kernelColour(const std::array<double, 4>& rgba) {
+    const std::array<PIX, 4> p = premultiplied<PIX, isBGRA>(rgba);
+    return cl_float4{{static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
+                      static_cast<float>(p[3])}};
+}
+
+class checkerboardPlugin;
+
+struct checkerboard {
+    static constexpr const OFX::EffectDeclaration& declaration = kCheckerboard;
+    static constexpr const auto& params = kParams;
+    using Values = checkerboardValues;
+    static Values values(OFX::ParamSet& p, const OFX::RenderArguments& args) {
+        const double t = args.time;
+        return {kTileWidth.value(p, t),       kTileHeight.value(p, t),    kTileSquare.value(p, t),
+                kBlendHorizontal.value(p, t), kBlendVertical.value(p, t), kBlendProportional.value(p, t),
+                kColor1.value(p, t),          kColor2.value(p, t),        kGridOffsetX.value(p, t),
+                kGridOffsetY.value(p, t)};
+    }
+    template <class PIX, int nComponents, int max, int isBGRA>
+    using Processor = checkerboardProcessor<PIX, nComponents, max, isBGRA>;
+    using Plugin = checkerboardPlugin;
+
+    static inline EffectOpenCL openCL{kKernelText, kernelsByDepth({"kffcacd37b", "kb88b75a9c"})};
+    // The output, then the grid as five pairs: tile size, soft half-widths,
+    // inverse scales, offset, and the window's width and height
+    // (whole-number floats) for the kernel's guard; then the two colours.
+    static void launch(OFX::OpenCLEffectProcessor<checkerboard>& cl, const Values& v) {
+        const OFX::Image& output = cl.output();
+        if (!OFX::windowInside(cl.window(), &output)) return;
+        const cl_int width = cl.windowWidth();
+        const cl_int height = cl.windowHeight();
+        const Geometry g = gridGeometry(v, output, width, height);
         const cl_float2 tile{{g.tw, g.th}};
         const cl_float2 soft{{g.sx, g.sy}};
         const cl_float2 scale{{g.ix, g.iy}};
         const cl_float2 offset{{g.ox, g.oy}};
         const cl_float2 size{{static_cast<float>(width), static_cast<float>(height)}};
-        if (floatOutput()) {
-            launchOverWindow(openCL, 1, buffer(dstImg), tile, soft, scale, offset, size, colour<float>(values.color1),
-                             colour<float>(values.color2));
-        } else {
-            launchOverWindow(openCL, 0, buffer(dstImg), tile, soft, scale, offset, size,
-                             colour<unsigned char>(values.color1), colour<unsigned char>(values.color2));
-        }
-    }
-
-private:
-    template <class PIX>
-    static cl_float4 colour(const double (&rgba)[4]) {
-        const std::array<PIX, 4> p = premultiplied<PIX>(rgba);
-        return cl_float4{{static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
-                          static_cast<float>(p[3])}};
+        const bool bgra = cl.pixelOrderBGRA();
+        using Colour = cl_float4 (*)(const std::array<double, 4>&);
+        const Colour colour = cl.floatOutput() ? (bgra ? kernelColour<float, 1> : kernelColour<float, 0>)
+                                               : (bgra ? kernelColour<unsigned char, 1>
+                                                       : kernelColour<unsigned char, 0>);
+        cl.launch(cl.kernelIndex(), cl.dst(), tile, soft, scale, offset, size, colour(v.color1), colour(v.color2));
     }
 };
 
-class checkerboardPlugin : public OFX::ImageEffect {
+// Whatever changed: a square tile takes its height from its width, a
+// proportional blend its vertical part from the horizontal, and the copied
+// parameter is locked while its switch is on.
+class checkerboardPlugin : public OFX::EffectPlugin<checkerboard> {
 public:
-    explicit checkerboardPlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle),
-          dstClip(fetchClip(OFX::kOutputClip)),
-          tileWidth(fetchDoubleParam(kTileWidthParam)),
-          tileHeight(fetchDoubleParam(kTileHeightParam)),
-          tileSquare(fetchBooleanParam(kTileSquareParam)),
-          blendHorizontal(fetchDoubleParam(kBlendHorizontalParam)),
-          blendVertical(fetchDoubleParam(kBlendVerticalParam)),
-          blendProportional(fetchBooleanParam(kBlendProportionalParam)),
-          color1(fetchRGBAParam(kColor1Param)),
-          color2(fetchRGBAParam(kColor2Param)),
-          gridOffsetX(fetchDoubleParam(kGridOffsetXParam)),
-          gridOffsetY(fetchDoubleParam(kGridOffsetYParam)) {
-        openCL.buildIfDeferred();
-    }
+    using OFX::EffectPlugin<checkerboard>::EffectPlugin;
 
-    void render(const OFX::RenderArguments& args) override {
-        if (renderOnOpenCL<checkerboardOpenCLProcessor>(*this, *dstClip, args)) return;
-        OFX::renderOnCPU<checkerboardProcessor>(*this, *dstClip, args);
-    }
-
-    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
-        OFX::setInfiniteRegion(rod);
-        return true;
-    }
-
-    // Whatever changed: a square tile takes its height from its width, a
-    // proportional blend its vertical part from the horizontal, and the
-    // copied parameter is locked while its switch is on.
     void changedParam(const OFX::InstanceChangedArgs&, const std::string&) override {
-        const bool square = tileSquare->getValue();
-        const bool proportional = blendProportional->getValue();
-        if (square) tileHeight->setValue(tileWidth->getValue());
-        if (proportional) blendVertical->setValue(blendHorizontal->getValue());
-        tileHeight->setEnabled(!square);
-        blendVertical->setEnabled(!proportional);
-    }
-
-    void setupAndProcess(checkerboardProcessorBase& processor, const OFX::RenderArguments& args) {
-        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
-        processor.setDstImg(dst.get());
-        processor.setRenderWindow(args.renderWindow);
-        const double t = args.time;
-        CheckerboardValues v;
-        v.tileWidth = tileWidth->getValueAtTime(t);
-        v.tileHeight = tileHeight->getValueAtTime(t);
-        v.square = tileSquare->getValueAtTime(t);
-        v.blendHorizontal = blendHorizontal->getValueAtTime(t);
-        v.blendVertical = blendVertical->getValueAtTime(t);
-        v.proportional = blendProportional->getValueAtTime(t);
-        color1->getValueAtTime(t, v.color1[0], v.color1[1], v.color1[2], v.color1[3]);
-        color2->getValueAtTime(t, v.color2[0], v.color2[1], v.color2[2], v.color2[3]);
-        v.offsetX = gridOffsetX->getValueAtTime(t);
-        v.offsetY = gridOffsetY->getValueAtTime(t);
-        processor.setValues(v);
-        processor.process();
-    }
-
-private:
-    OFX::Clip* dstClip;
-    OFX::DoubleParam* tileWidth;
-    OFX::DoubleParam* tileHeight;
-    OFX::BooleanParam* tileSquare;
-    OFX::DoubleParam* blendHorizontal;
-    OFX::DoubleParam* blendVertical;
-    OFX::BooleanParam* blendProportional;
-    OFX::RGBAParam* color1;
-    OFX::RGBAParam* color2;
-    OFX::DoubleParam* gridOffsetX;
-    OFX::DoubleParam* gridOffsetY;
-};
-
-void defineSwitch(OFX::ImageEffectDescriptor& desc, const char* name, const char* label, const char* scriptName,
-                  const OFX::GroupParamDescriptor& group) {
-    OFX::BooleanParamDescriptor* param = desc.defineBooleanParam(name);
-    param->setLabels(label, label, label);
-    param->setScriptName(scriptName);
-    param->setDefault(true);
-    param->setAnimates(true);
-    param->setParent(group);
-}
-
-class checkerboardPluginFactory : public OFX::PluginFactoryHelper<checkerboardPluginFactory> {
-public:
-    checkerboardPluginFactory()
-        : OFX::PluginFactoryHelper<checkerboardPluginFactory>("talvo.effects:checkerboard", 1, 0) {}
-
-    void load() override { openCL.load(); }
-    void unload() override { openCL.unload(); }
-
-    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kCheckerboard); }
-
-    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum) override {
-        OFX::defineGeneratorOutput(desc);
-        // Fractions of the frame's width and height; the smallest is still
-        // at least one pixel once drawn.
-        const OFX::GroupParamDescriptor& tiles = *OFX::defineGroup(desc, kTileDimensionsGroup, "Tile dimensions");
-        OFX::defineSlider(desc, {kTileWidthParam, "Width", "tiledimensionswidth", 0.1, 0.001, 1.0, 0.1}, tiles);
-        OFX::defineSlider(desc, {kTileHeightParam, "Height", "tiledimensionsheight", 0.1, 0.001, 1.0, 0.1}, tiles);
-        defineSwitch(desc, kTileSquareParam, "Square", "tiledimensionssquare", tiles);
-        // Fractions of a tile.
-        const OFX::GroupParamDescriptor& blending = *OFX::defineGroup(desc, kEdgeBlendingGroup, "Edge blending");
-        OFX::defineSlider(desc, {kBlendHorizontalParam, "Horizontal", "edgeblendinghorizontal", 0.0, 0.0, 1.0, 0.1},
-                            blending);
-        OFX::defineSlider(desc, {kBlendVerticalParam, "Vertical", "edgeblendingvertical", 0.0, 0.0, 1.0, 0.1},
-                            blending);
-        defineSwitch(desc, kBlendProportionalParam, "Proportional", "edgeblendingproportional", blending);
-        OFX::defineColor(desc, kColor1Param, "Color 1", "color1", 0.0);
-        OFX::defineColor(desc, kColor2Param, "Color 2", "color2", 1.0);
-        // Fractions of the frame.
-        const OFX::GroupParamDescriptor& offset = *OFX::defineGroup(desc, kGridOffsetGroup, "Grid offset");
-        OFX::defineSlider(desc, {kGridOffsetXParam, "X", "gridoffsetx", 0.0, 0.0, 1.0, 0.1}, offset);
-        OFX::defineSlider(desc, {kGridOffsetYParam, "Y", "gridoffsety", 0.0, 0.0, 1.0, 0.1}, offset);
-        OFX::finishEffectDescription(desc, kCheckerboard);
-    }
-
-    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
-        return new checkerboardPlugin(handle);
+        const bool square = kTileSquare.param(*this).getValue();
+        const bool proportional = kBlendProportional.param(*this).getValue();
+        OFX::DoubleParam& height = kTileHeight.param(*this);
+        OFX::DoubleParam& vertical = kBlendVertical.param(*this);
+        if (square) height.setValue(kTileWidth.param(*this).getValue());
+        if (proportional) vertical.setValue(kBlendHorizontal.param(*this).getValue());
+        height.setEnabled(!square);
+        vertical.setEnabled(!proportional);
     }
 };
 
-const OFX::FactoryRegistration<checkerboardPluginFactory> registration;
+using checkerboardPluginFactory = OFX::EffectFactory<checkerboard>;
+using checkerboardOpenCLProcessor = OFX::OpenCLEffectProcessor<checkerboard>;
+
+const OFX::EffectRegistration<checkerboard> registration;
 
 }  // namespace

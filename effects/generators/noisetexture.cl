@@ -21,7 +21,9 @@
 //
 // Both take the same six vectors:
 //   colour0   the colour at weight 0 (Color 1, or Color 2 when swapped),
-//             straight, red first in memory in both pixel orders
+//             straight, in the render's memory order (the premultiplied
+//             mix treats the three colours alike, so neither kernel
+//             depends on the pixel order)
 //   colour1   the colour at weight 65536
 //   p0        frequency x, frequency y, offset x, offset y
 //   p1        progress, min, max, bias
@@ -32,8 +34,7 @@
 // the parameter values are floats (0.5, 12.25, ...). Others are narrowed,
 // and a weight may then land one step of 1/65536 away here and there.
 
-#pragma OPENCL FP_CONTRACT OFF
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
+#include "prelude.inc"
 
 // The lattice: the permutation of 0..255 (a hash of up to 510 wraps by the
 // mask) and the unit gradients, the processor's own tables, put in here as
@@ -57,27 +58,6 @@ constant float kStyleConstants[7][5] = {
 
 int hash(int i) {
     return kPermutation[i & 255];
-}
-
-// The low 32 bits of the mantissa after adding 1.5 * 2^52.
-int low_word(double t) {
-    return as_int((uint)as_ulong(t));
-}
-
-// The library's floor: the rounding idiom on v - 0.499999985.
-int floor_by_rounding(double v) {
-    return low_word((v - 0.499999985) + 6755399441055744.0);
-}
-
-// Rounds to nearest, an exact half up, by the idiom's 1.5e-8 bias.
-int round_biased(double v) {
-    return low_word((v + 1.5e-8) + 6755399441055744.0);
-}
-
-// The processor's double-to-int conversion: truncation, with 0x80000000 for
-// what lies outside the 32-bit range.
-int trunc_i32(double v) {
-    return (v > -2147483649.0 && v < 2147483648.0) ? (int)v : INT_MIN;
 }
 
 double fade(double t) {
@@ -132,9 +112,9 @@ void start_layer(Layer* l, double x, double y, double z, double dx, double ampli
     x += 1000000.0;
     y += 1000000.0;
     z += 1000000.25;
-    l->X = floor_by_rounding(x);
-    const int Y = floor_by_rounding(y);
-    const int Z = floor_by_rounding(z);
+    l->X = qz_floor_by_rounding(x);
+    const int Y = qz_floor_by_rounding(y);
+    const int Z = qz_floor_by_rounding(z);
     l->fx = x - l->X;
     l->fy = y - Y;
     l->fz = z - Z;
@@ -158,7 +138,7 @@ double next_noise(Layer* l, bool absolute) {
     if (absolute) n = fabs(n);
     l->fx += l->dx;
     if (l->fx >= 1.0) {
-        const int whole = floor_by_rounding(l->fx);
+        const int whole = qz_floor_by_rounding(l->fx);
         l->X += whole;
         l->fx -= whole;
         enter_cell(l);
@@ -236,7 +216,7 @@ void draw_weights(__global int* dst, int stride, float4 p0, float4 p1, float4 p2
         double c = (w * offsetY + y) * (frequencyY / w) * f[1];
         if (f[3] > 0.0) {
             const double v = ((offsetY - 1000.0) * w + y) * (frequencyY / w) * f[3];
-            const double fr = v - floor_by_rounding(v);
+            const double fr = v - qz_floor_by_rounding(v);
             c += f[4] * (fr < 0.5 ? 1.0 - square(fr * 4.0 - 1.0) : square(fr * 4.0 - 3.0) - 1.0);
         }
         d = w * offsetX * b + c;
@@ -251,17 +231,17 @@ void draw_weights(__global int* dst, int stride, float4 p0, float4 p1, float4 p2
         for (int i = 0; i < count; ++i) v += next_noise(&layer[i], absolute);
         int t;
         if (shaping == 0) {
-            t = round_biased(m * v + base);
+            t = qz_round_biased(m * v + base);
         } else if (shaping == 1) {
             const double phase = a * v + px * b + d;
-            const double e = 2.0 * (phase - floor_by_rounding(phase)) - 1.0;
-            t = round_biased((1.0 - e * e) * k + base);
+            const double e = 2.0 * (phase - qz_floor_by_rounding(phase)) - 1.0;
+            t = qz_round_biased((1.0 - e * e) * k + base);
         } else {
             const double ring = (v + 2.0) * a;
-            const double fr = ring - floor_by_rounding(ring);
+            const double fr = ring - qz_floor_by_rounding(ring);
             const double u = fr * 4.0;
             const double e = fr < 0.5 ? 2.0 - square(u - 1.0) : square(u - 3.0);
-            t = round_biased(e * m + base);
+            t = qz_round_biased(e * m + base);
         }
         out[px * stride] = t;
     }
@@ -299,7 +279,7 @@ __kernel void kb95048b6d(__global const int* weights, __global uchar* dst, float
     if (x >= width || y >= height) return;
     const int i = y * width + x;
     const double4 v = mix_at(weights[i], colour0, colour1) * 255.0 + 0.5;
-    const int4 c = (int4)(trunc_i32(v.x), trunc_i32(v.y), trunc_i32(v.z), trunc_i32(v.w));
+    const int4 c = (int4)(qz_trunc_d(v.x), qz_trunc_d(v.y), qz_trunc_d(v.z), qz_trunc_d(v.w));
     vstore4(convert_uchar4(c & 0xFF), i, dst);
 }
 

@@ -7,60 +7,142 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <type_traits>
+#include <vector>
 
-#include "EffectOpenCL.h"
-#include "EffectSkeleton.h"
-#include "ImageProcessor.h"
+#include "Effect.h"
 #include "LaunchSize.h"
-#include "OpenCLProcessor.h"
 #include "QzRound.h"
 #include "RawView.h"
+#include "StripFilter.h"
 #include "noisetexture_tables.h"
 
 namespace {
 
-// The kernels carry their own copy of the lattice tables and the styles.
-constexpr std::string_view kKernelText =
-#include "noisetexture.cl.inc"
-    ;
-
-// Shared by all instances, from the factory's load to its unload. The
-// program holds the weights kernels for byte and float outputs, then the
-// colours kernels for byte and float outputs.
-EffectOpenCL openCL(kKernelText, kernelsByDepth({"k75723b28f", "kd3fc1b89e", "kb95048b6d", "k9754a2578"}));
-
-const OFX::EffectDeclaration kNoiseTexture{
-    "talvo.effects:noisetexture", "TALVO Noise Texture", "TALVO", OFX::eContextGenerator, 1220, "{2CCDA29D-FBD5-4E5D-AA1B-B82EA7FBED51}",
+constexpr OFX::EffectDeclaration kNoiseTexture{
+    "talvo.effects:noisetexture", "TALVO Noise Texture", "TALVO", OFX::eContextGenerator, 1220,
+    "{2CCDA29D-FBD5-4E5D-AA1B-B82EA7FBED51}",
 };
 
-constexpr const char* kNoiseStyleParam = "NoiseStyle";
-constexpr const char* kNumberOfLayersParam = "NumberOfLayers";
-constexpr const char* kSwapColorsParam = "Swapcolors";
-constexpr const char* kColor1Param = "Color1";
-constexpr const char* kColor2Param = "Color2";
-constexpr const char* kFrequencyGroup = "Frequency";
-constexpr const char* kFrequencyXParam = "FrequencyX";
-constexpr const char* kFrequencyYParam = "FrequencyY";
-constexpr const char* kOffsetGroup = "Offset";
-constexpr const char* kOffsetXParam = "OffsetX";
-constexpr const char* kOffsetYParam = "OffsetY";
+constexpr OFX::ChoiceRow kNoiseStyle{
+    .name = "NoiseStyle",
+    .label = "Noise style",
+    .scriptName = "noisestyle",
+    .options = {"Fractal - smooth", "Fractal - turbulent", "Marble - light grain", "Marble - heavy grain",
+                "Jagged lines", "Contours", "Rings"},
+};
+constexpr OFX::DoubleRow kNumberOfLayers{
+    .name = "NumberOfLayers",
+    .label = "Number of layers",
+    .scriptName = "numberoflayers",
+    .defaultValue = 1.0,
+    .min = 1.0,
+    .max = 5.0,
+};
+constexpr OFX::BooleanRow kSwapColors{.name = "Swapcolors", .label = "Swap colors", .scriptName = "swapcolors"};
+constexpr OFX::RGBARow kColor1{.name = "Color1", .label = "Color 1", .scriptName = "color1"};
+constexpr OFX::RGBARow kColor2{
+    .name = "Color2",
+    .label = "Color 2",
+    .scriptName = "color2",
+    .defaultValue = {1.0, 1.0, 1.0, 1.0},
+};
+// Cells across the frame's width; the vertical is measured in widths too.
+constexpr OFX::GroupRow kFrequency{.name = "Frequency", .label = "Frequency"};
+constexpr OFX::DoubleRow kFrequencyX{
+    .name = "FrequencyX",
+    .label = "X",
+    .scriptName = "frequencyx",
+    .defaultValue = 10.0,
+    .min = 0.001,
+    .max = 30.0,
+    .group = &kFrequency,
+};
+constexpr OFX::DoubleRow kFrequencyY{
+    .name = "FrequencyY",
+    .label = "Y",
+    .scriptName = "frequencyy",
+    .defaultValue = 10.0,
+    .min = 0.001,
+    .max = 30.0,
+    .group = &kFrequency,
+};
+// Frame widths; the progress moves through the noise's third axis.
+constexpr OFX::GroupRow kOffset{.name = "Offset", .label = "Offset"};
+constexpr OFX::DoubleRow kOffsetX{
+    .name = "OffsetX", .label = "X", .scriptName = "offsetx", .min = -5.0, .max = 5.0, .group = &kOffset};
+constexpr OFX::DoubleRow kOffsetY{
+    .name = "OffsetY", .label = "Y", .scriptName = "offsety", .min = -5.0, .max = 5.0, .group = &kOffset};
 // Note: despite its name the progress is no angle but the noise's third
 // coordinate; animating it makes the texture evolve.
-constexpr const char* kProgressParam = "OffsetprogressinDegrees";
-constexpr const char* kNoiseParametersGroup = "NoiseParameters";
-constexpr const char* kMinParam = "NoiseParametersMin";
-constexpr const char* kMaxParam = "NoiseParametersMax";
-constexpr const char* kBiasParam = "NoiseParametersBias";
-constexpr const char* kAmplitudeParam = "NoiseParametersAmplitude";
-constexpr const char* kFalloffParam = "NoiseParametersGrainAmplitudeFalloff";
-
-constexpr std::array<const char*, 7> kStyleLabels{
-    "Fractal - smooth", "Fractal - turbulent", "Marble - light grain", "Marble - heavy grain",
-    "Jagged lines",     "Contours",            "Rings",
+constexpr OFX::DoubleRow kProgress{
+    .name = "OffsetprogressinDegrees",
+    .label = "Progress (in degrees)",
+    .scriptName = "offsetprogressindegrees",
+    .max = 10.0,
+    .group = &kOffset,
 };
+constexpr OFX::GroupRow kNoiseParameters{.name = "NoiseParameters", .label = "Noise parameters"};
+constexpr OFX::DoubleRow kMin{
+    .name = "NoiseParametersMin", .label = "Min", .scriptName = "noiseparametersmin", .group = &kNoiseParameters};
+constexpr OFX::DoubleRow kMax{
+    .name = "NoiseParametersMax",
+    .label = "Max",
+    .scriptName = "noiseparametersmax",
+    .defaultValue = 1.0,
+    .group = &kNoiseParameters,
+};
+constexpr OFX::DoubleRow kBias{
+    .name = "NoiseParametersBias",
+    .label = "Bias",
+    .scriptName = "noiseparametersbias",
+    .min = -1.0,
+    .group = &kNoiseParameters,
+};
+constexpr OFX::DoubleRow kAmplitude{
+    .name = "NoiseParametersAmplitude",
+    .label = "Amplitude",
+    .scriptName = "noiseparametersamplitude",
+    .defaultValue = 1.0,
+    .max = 10.0,
+    .group = &kNoiseParameters,
+};
+constexpr OFX::DoubleRow kFalloff{
+    .name = "NoiseParametersGrainAmplitudeFalloff",
+    .label = "Grain (amplitude falloff)",
+    .scriptName = "noiseparametersgrainamplitudefalloff",
+    .defaultValue = 0.5,
+    .group = &kNoiseParameters,
+};
+
+constexpr OFX::ParamTable kParams{
+    kNoiseStyle,      kNumberOfLayers, kSwapColors, kColor1,   kColor2,
+    kFrequency,       kFrequencyX,     kFrequencyY,
+    kOffset,          kOffsetX,        kOffsetY,    kProgress,
+    kNoiseParameters, kMin,            kMax,        kBias,     kAmplitude, kFalloff,
+};
+
+// The parameters at the render time, in the order of the panel.
+struct noisetextureValues {
+    int style;
+    double layers;
+    bool swap;
+    std::array<double, 4> color1;  // red, green, blue, alpha
+    std::array<double, 4> color2;
+    double frequencyX;
+    double frequencyY;
+    double offsetX;
+    double offsetY;
+    double progress;
+    double min;
+    double max;
+    double bias;
+    double amplitude;
+    double falloff;
+};
+
+using noisetextureProcessorBase = OFX::EffectProcessorBase<noisetextureValues>;
 
 // How a style turns the row of summed noise into a weight between the two
 // colours: the noise itself, bands across x whose phase the noise bends
@@ -76,7 +158,7 @@ struct Style {
     float f[5];
 };
 
-constexpr std::array<Style, kStyleLabels.size()> kStyles{{
+constexpr std::array<Style, 7> kStyles{{
     {Shaping::Fractal, false, {}},
     {Shaping::Fractal, true, {}},
     {Shaping::Bands, true, {0.9f, 0.15f, 0.4f, 1.2f, 0.1f}},
@@ -229,151 +311,89 @@ Layers layerWeights(double layers, double falloff) {
     return l;
 }
 
-// The parameters at the render time, in the order of the panel.
-struct NoiseValues {
-    int style = 0;
-    double layers = 1.0;
-    bool swap = false;
-    double color1[4] = {0.0, 0.0, 0.0, 1.0};  // red, green, blue, alpha
-    double color2[4] = {1.0, 1.0, 1.0, 1.0};
-    double frequencyX = 10.0;
-    double frequencyY = 10.0;
-    double offsetX = 0.0;
-    double offsetY = 0.0;
-    double progress = 0.0;
-    double min = 0.0;
-    double max = 1.0;
-    double bias = 0.0;
-    double amplitude = 1.0;
-    double falloff = 0.5;
+static_assert(kNoiseStyle.options[kStyles.size() - 1] && !kNoiseStyle.options[kStyles.size()],
+              "one style for each option");
+
+// The style of a choice index; an index the panel does not offer is held to
+// its ends.
+int styleIndex(int style) { return std::clamp(style, 0, static_cast<int>(kStyles.size()) - 1); }
+
+// The weight mapping shared by every shaping: k scales a shaped value of
+// 0..1 to 16.16, base is where it starts. Min at or above Max gives the flat
+// mix of their middle.
+struct Mapping {
+    double k, base;
 };
 
-class noisetextureProcessorBase : public OFX::ImageProcessor {
-public:
-    using OFX::ImageProcessor::ImageProcessor;
+Mapping mappingOf(const noisetextureValues& v) {
+    Mapping m{};
+    if (v.min >= v.max) {
+        m.k = 0.0;
+        m.base = ((v.min + v.max) * 0.5 * v.amplitude + v.bias) * kWeightScale;
+    } else {
+        m.k = v.amplitude / (v.max - v.min) * kWeightScale;
+        m.base = v.bias * kWeightScale - v.min * m.k;
+    }
+    // Note: the half is added here although the weight is later rounded to
+    // nearest as well, so weights land half a step (plus the idiom's 1.5e-8
+    // bias) above the plain mapping: an exact 0.5 becomes 1.
+    m.base += 0.5;
+    return m;
+}
 
-    void setValues(const NoiseValues& v) { values = v; }
+// Sums the drawn layers of noise along the picture's row y (0 at the
+// window's last row in memory) into row, which holds width zeros. Each
+// layer doubles the frequency and the position, the progress included.
+void addLayers(const noisetextureValues& v, double* row, int width, int y, const Layers& layers, bool absolute) {
+    double dx = (1.0 / width) * v.frequencyX;
+    double x = v.offsetX * v.frequencyX;
+    // The vertical position is measured in widths, in float, so the noise
+    // is as fine across as down on a frame that is not square.
+    double ny = (static_cast<double>(static_cast<float>(y) / static_cast<float>(width)) + v.offsetY) * v.frequencyY;
+    double z = v.progress;
+    for (int i = 0; i < layers.count; ++i) {
+        if (absolute)
+            addNoiseRow<true>(row, width, x, ny, z, dx, layers.weight[i]);
+        else
+            addNoiseRow<false>(row, width, x, ny, z, dx, layers.weight[i]);
+        x += x;
+        ny += ny;
+        z += z;
+        dx += dx;
+    }
+}
 
-    // The rows are counted from the window's first row and the noise's
-    // vertical position follows from the row number, so a band of a
-    // threaded split would restart the texture: the whole window is drawn
-    // in one call.
-    void multiThread(unsigned int) override { OFX::ImageProcessor::multiThread(1); }
+// The colour drawn at weight 0 and the one at full weight (Color 1 and
+// Color 2, traded when swapped), straight, each in the order's memory
+// layout: the processor and the kernels both start from these.
+struct EndColours {
+    std::array<double, 4> first, second;
+};
 
-protected:
-    NoiseValues values;
-
-    // The weight mapping shared by every shaping: k scales a shaped value of
-    // 0..1 to 16.16, base is where it starts. Min at or above Max gives the
-    // flat mix of their middle.
-    struct Mapping {
-        double k, base;
-    };
-
-    Mapping mapping() const {
-        Mapping m{};
-        if (values.min >= values.max) {
-            m.k = 0.0;
-            m.base = ((values.min + values.max) * 0.5 * values.amplitude + values.bias) * kWeightScale;
-        } else {
-            m.k = values.amplitude / (values.max - values.min) * kWeightScale;
-            m.base = values.bias * kWeightScale - values.min * m.k;
-        }
-        // Note: the half is added here although the weight is later rounded
-        // to nearest as well, so weights land half a step (plus the idiom's
-        // 1.5e-8 bias) above the plain mapping: an exact 0.5 becomes 1.
-        m.base += 0.5;
+template <int isBGRA>
+EndColours endColours(const noisetextureValues& v) {
+    constexpr int kRed = isBGRA ? 2 : 0;
+    constexpr int kBlue = isBGRA ? 0 : 2;
+    const auto inMemory = [](const std::array<double, 4>& rgba) {
+        std::array<double, 4> m{};
+        m[kRed] = rgba[0];
+        m[1] = rgba[1];
+        m[kBlue] = rgba[2];
+        m[3] = rgba[3];
         return m;
-    }
+    };
+    return {inMemory(v.swap ? v.color2 : v.color1), inMemory(v.swap ? v.color1 : v.color2)};
+}
 
-    // Sums the drawn layers of noise along row y (height - 1 at the window's
-    // first row in memory) into row, which holds width zeros. Each layer doubles the frequency
-    // and the position, the progress included.
-    void addLayers(double* row, int width, int y, const Layers& layers, bool absolute) const {
-        double dx = (1.0 / width) * values.frequencyX;
-        double x = values.offsetX * values.frequencyX;
-        // The vertical position is measured in widths, in float, so the
-        // noise is as fine across as down on a frame that is not square.
-        double ny = (static_cast<double>(static_cast<float>(y) / static_cast<float>(width)) + values.offsetY) *
-                    values.frequencyY;
-        double z = values.progress;
-        for (int i = 0; i < layers.count; ++i) {
-            if (absolute)
-                addNoiseRow<true>(row, width, x, ny, z, dx, layers.weight[i]);
-            else
-                addNoiseRow<false>(row, width, x, ny, z, dx, layers.weight[i]);
-            x += x;
-            ny += ny;
-            z += z;
-            dx += dx;
-        }
-    }
-};
+// The two end colours premultiplied, in double, and the pixel of a weight.
+template <class PIX>
+struct Mix {
+    double e0[4], e1[4];
 
-template <class PIX, int nComponents, int max, int isBGRA>
-class noisetextureProcessor : public noisetextureProcessorBase {
-public:
-    using noisetextureProcessorBase::noisetextureProcessorBase;
-
-    int multiThreadProcessImages(OfxRectI window) override {
-        if (!OFX::hasPixels(dstImg, kBytesPerPixel)) return 0;
-        // The host's output covers the render window; anything less is left
-        // alone rather than drawn with shifted rows.
-        const OfxRectI inside = OFX::clipToImage(window, dstImg);
-        if (inside.x1 != window.x1 || inside.y1 != window.y1 || inside.x2 != window.x2 || inside.y2 != window.y2)
-            return 0;
-        const int width = window.x2 - window.x1;
-        const int height = window.y2 - window.y1;
-        const Style& style = kStyles[std::clamp(values.style, 0, static_cast<int>(kStyles.size()) - 1)];
-        const Layers layers = layerWeights(values.layers, values.falloff);
-        const Mapping map = mapping();
-        setColours();
-
-        // Note: rows are counted from the window's first row in memory and
-        // measured from the opposite end, so the texture starts at the top
-        // of the picture. Each row is addressed through the image's own row
-        // address; on the packed images the host hands over this is the
-        // window-width step the texture was drawn with.
-        for (int r = 0; r < height; ++r) {
-            if (effect.abort()) return 1;
-            // A row that cannot be had ends the drawing quietly; the rows
-            // below stay as the host gave them.
-            const std::unique_ptr<double[]> row(new (std::nothrow) double[width]());
-            if (!row) return 0;
-            const int y = height - r - 1;
-            addLayers(row.get(), width, y, layers, style.absolute);
-            PIX* out = static_cast<PIX*>(dstImg->getPixelAddress(window.x1, window.y1 + r));
-            switch (style.shaping) {
-                case Shaping::Fractal:
-                    mapFractal(row.get(), out, width, style, layers.sum, map);
-                    break;
-                case Shaping::Bands:
-                    mapBands(row.get(), out, width, y, style, layers.sum, map);
-                    break;
-                case Shaping::Rings:
-                    mapRings(row.get(), out, width, style, layers.sum, map);
-                    break;
-            }
-        }
-        return 0;
-    }
-
-private:
-    static constexpr int kBytesPerPixel = sizeof(PIX) * 4;
-
-    // The two colours premultiplied, in double; E0 is drawn at weight 0.
-    double e0[4] = {};
-    double e1[4] = {};
-
-    // Note: the parameter's red goes to the first component in memory in
-    // both pixel orders, as in Checkerboard; on BGRA clips red and blue
-    // trade places.
-    void setColours() {
-        const double(&first)[4] = values.swap ? values.color2 : values.color1;
-        const double(&second)[4] = values.swap ? values.color1 : values.color2;
-        for (int c = 0; c < 4; ++c) {
-            e0[c] = c == 3 ? first[3] : first[c] * first[3];
-            e1[c] = c == 3 ? second[3] : second[c] * second[3];
+    explicit Mix(const EndColours& c) {
+        for (int k = 0; k < 4; ++k) {
+            e0[k] = k == 3 ? c.first[3] : c.first[k] * c.first[3];
+            e1[k] = k == 3 ? c.second[3] : c.second[k] * c.second[3];
         }
     }
 
@@ -389,24 +409,83 @@ private:
                 out[c] = static_cast<float>(v);
         }
     }
+};
+
+template <class PIX, int nComponents, int max, int isBGRA>
+class noisetextureProcessor : public noisetextureProcessorBase {
+public:
+    using noisetextureProcessorBase::noisetextureProcessorBase;
+
+    // The noise is walked incrementally along each row only: every row
+    // starts its sums afresh from its own place in the whole render window,
+    // so the host's threads draw bands of rows apart and each row comes out
+    // as a one-thread render draws it.
+    int multiThreadProcessImages(OfxRectI band) override {
+        if (!OFX::hasPixels(dstImg, kBytesPerPixel)) return 0;
+        // An output that does not cover the window is left alone rather than
+        // drawn with shifted rows.
+        if (!OFX::windowInside(renderWindow, dstImg)) return 0;
+        const int width = renderWindow.x2 - renderWindow.x1;
+        const Style& style = kStyles[styleIndex(values.style)];
+        const Layers layers = layerWeights(values.layers, values.falloff);
+        const Mapping map = mappingOf(values);
+        const Mix<PIX> mix(endColours<isBGRA>(values));
+        // The band's row of sums. One that cannot be had leaves the band as
+        // the host gave it; no error reaches the host.
+        std::vector<double> row;
+        try {
+            row.resize(static_cast<std::size_t>(width));
+        } catch (const std::bad_alloc&) {
+            return 0;
+        }
+
+        // Note: rows are measured from the window's opposite end in memory,
+        // so the texture starts at the top of the picture. Each row is
+        // addressed through the image's own row address; on the packed
+        // images the host hands over this is the window-width step the
+        // texture was drawn with.
+        for (int r = band.y1; r < band.y2; ++r) {
+            if (effect.abort()) return 1;
+            std::fill(row.begin(), row.end(), 0.0);
+            const int y = renderWindow.y2 - 1 - r;
+            addLayers(values, row.data(), width, y, layers, style.absolute);
+            PIX* out = static_cast<PIX*>(dstImg->getPixelAddress(renderWindow.x1, r));
+            switch (style.shaping) {
+                case Shaping::Fractal:
+                    mapFractal(row.data(), out, width, style, layers.sum, map, mix);
+                    break;
+                case Shaping::Bands:
+                    mapBands(row.data(), out, width, y, style, layers.sum, map, mix);
+                    break;
+                case Shaping::Rings:
+                    mapRings(row.data(), out, width, style, layers.sum, map, mix);
+                    break;
+            }
+        }
+        return 0;
+    }
+
+private:
+    static constexpr int kBytesPerPixel = sizeof(PIX) * 4;
 
     // The noise mapped straight; a signed sum spans twice the sum of the
     // weights, centred on the mapping's middle.
-    void mapFractal(const double* row, PIX* out, int width, const Style& style, double sum, Mapping map) const {
+    static void mapFractal(const double* row, PIX* out, int width, const Style& style, double sum, Mapping map,
+                           const Mix<PIX>& mix) {
         if (!style.absolute) {
             sum += sum;
             map.base += map.k * 0.5;
         }
         const double m = map.k / sum;
-        for (int x = 0; x < width; ++x, out += 4) store(out, qz::roundBiased(m * row[x] + map.base));
+        for (int x = 0; x < width; ++x, out += 4) mix.store(out, qz::roundBiased(m * row[x] + map.base));
     }
 
     // Vertical bands across x, one per 1 / f0 of the frequency, whose phase
     // the noise bends (by f2 per unit of noise); f1 slants them with y, and
     // f3, f4 add a triangular ripple down the frame. Each band is a parabola
     // from 0 at its edges to 1 at its middle.
-    void mapBands(const double* row, PIX* out, int width, int y, const Style& style, double sum,
-                  const Mapping& map) const {
+    void mapBands(const double* row, PIX* out, int width, int y, const Style& style, double sum, const Mapping& map,
+                  const Mix<PIX>& mix) const {
         const double f0 = style.f[0], f1 = style.f[1], f2 = style.f[2], f3 = style.f[3], f4 = style.f[4];
         const double w = width;
         const double a = f2 * sum;
@@ -421,13 +500,14 @@ private:
         for (int x = 0; x < width; ++x, out += 4) {
             const double v = a * row[x] + x * b + d;
             const double e = 2.0 * (v - floorByRounding(v)) - 1.0;
-            store(out, qz::roundBiased((1.0 - e * e) * map.k + map.base));
+            mix.store(out, qz::roundBiased((1.0 - e * e) * map.k + map.base));
         }
     }
 
     // Rings around the noise's level lines, f0 per unit of noise: a
     // periodic profile of two parabolas that meet at 1, from 0 to 2.
-    void mapRings(const double* row, PIX* out, int width, const Style& style, double sum, const Mapping& map) const {
+    static void mapRings(const double* row, PIX* out, int width, const Style& style, double sum, const Mapping& map,
+                         const Mix<PIX>& mix) {
         const double a = style.f[0] * sum;
         const double m = map.k * 0.5;
         for (int x = 0; x < width; ++x, out += 4) {
@@ -435,198 +515,90 @@ private:
             const double fr = v - floorByRounding(v);
             const double u = fr * 4.0;
             const double e = fr < 0.5 ? 2.0 - square(u - 1.0) : square(u - 3.0);
-            store(out, qz::roundBiased(e * m + map.base));
+            mix.store(out, qz::roundBiased(e * m + map.base));
         }
     }
 };
 
-class noisetextureOpenCLProcessor : public OpenCLProcessor<noisetextureProcessorBase> {
-public:
-    using OpenCLProcessor::OpenCLProcessor;
+// The kernels carry their own copy of the lattice tables and the styles.
+constexpr std::string_view kKernelText =
+#include "noisetexture.cl.inc"
+    ;
 
-    // Two kernels in turn on the host's in-order queue: the weights, one
+// The six vectors both kernels take, the same for both (see the kernel
+// text): the end colours straight in memory order, then every parameter.
+struct noisetextureKernelValues {
+    cl_float4 colour0, colour1;
+    cl_float4 p0, p1, p2, p3;
+};
+
+cl_float4 floats(double a, double b, double c, double d) {
+    return cl_float4{{static_cast<float>(a), static_cast<float>(b), static_cast<float>(c), static_cast<float>(d)}};
+}
+cl_float4 floats(const std::array<double, 4>& v) { return floats(v[0], v[1], v[2], v[3]); }
+
+noisetextureKernelValues kernelValues(const noisetextureValues& v, bool bgra, int width, int height) {
+    const EndColours c = bgra ? endColours<1>(v) : endColours<0>(v);
+    return {floats(c.first),
+            floats(c.second),
+            floats(v.frequencyX, v.frequencyY, v.offsetX, v.offsetY),
+            floats(v.progress, v.min, v.max, v.bias),
+            floats(v.amplitude, v.falloff, v.layers, styleIndex(v.style)),
+            floats(width, height, 0.0, 0.0)};
+}
+
+struct noisetexture {
+    static constexpr const OFX::EffectDeclaration& declaration = kNoiseTexture;
+    static constexpr const auto& params = kParams;
+    using Values = noisetextureValues;
+    static Values values(OFX::ParamSet& p, const OFX::RenderArguments& args) {
+        const double t = args.time;
+        return {kNoiseStyle.value(p, t), kNumberOfLayers.value(p, t), kSwapColors.value(p, t),
+                kColor1.value(p, t),     kColor2.value(p, t),         kFrequencyX.value(p, t),
+                kFrequencyY.value(p, t), kOffsetX.value(p, t),        kOffsetY.value(p, t),
+                kProgress.value(p, t),   kMin.value(p, t),            kMax.value(p, t),
+                kBias.value(p, t),       kAmplitude.value(p, t),      kFalloff.value(p, t)};
+    }
+    template <class PIX, int nComponents, int max, int isBGRA>
+    using Processor = noisetextureProcessor<PIX, nComponents, max, isBGRA>;
+
+    // Two stages, each a byte and a float kernel: the weights, then the
+    // colours.
+    static inline EffectOpenCL openCL{kKernelText,
+                                      kernelsByDepth({"k75723b28f", "kd3fc1b89e", "kb95048b6d", "k9754a2578"})};
+
+    // The two kernels in turn on the host's in-order queue: the weights, one
     // work item per row (the noise is summed along a row incrementally, as
     // the processor does), into the output buffer itself; then the colours,
     // one work item per pixel, from the weights in the output buffer to the
-    // output buffer. The six vectors hold every parameter (see the kernel
-    // text) and are the same for both; the colours are in memory order, red
-    // first in both pixel orders.
-    void process() override {
-        if (!dstImg) return;
-        // The host's output covers the render window; anything less is left
-        // alone rather than drawn with shifted rows.
-        const OfxRectI& b = dstImg->getBounds();
-        const OfxRectI& w = renderWindow;
-        if (w.x1 < b.x1 || w.y1 < b.y1 || w.x2 > b.x2 || w.y2 > b.y2) return;
-        const cl_int width = windowWidth();
-        const cl_int height = windowHeight();
+    // output buffer. Both take their arguments before either is enqueued,
+    // so a refused argument launches nothing and leaves the output as the
+    // host gave it.
+    static void launch(OFX::OpenCLEffectProcessor<noisetexture>& cl, const Values& v) {
+        if (!OFX::windowInside(cl.window(), &cl.output())) return;
+        const cl_int width = cl.windowWidth();
+        const cl_int height = cl.windowHeight();
         if (width <= 0 || height <= 0) return;
-
-        const NoiseValues& v = values;
-        const int style = std::clamp(v.style, 0, static_cast<int>(kStyles.size()) - 1);
-        const cl_float4 colour0 = straight(v.swap ? v.color2 : v.color1);
-        const cl_float4 colour1 = straight(v.swap ? v.color1 : v.color2);
-        const cl_float4 p0 = floats(v.frequencyX, v.frequencyY, v.offsetX, v.offsetY);
-        const cl_float4 p1 = floats(v.progress, v.min, v.max, v.bias);
-        const cl_float4 p2 = floats(v.amplitude, v.falloff, v.layers, style);
-        const cl_float4 p3 = floats(width, height, 0.0, 0.0);
-
-        // Both kernels take their arguments before either is enqueued, so a
-        // refused argument launches nothing and leaves the output as the
-        // host gave it.
-        const int depth = floatOutput() ? 1 : 0;
-        const cl_mem out = buffer(dstImg);
-        const std::size_t weightsIndex = depth;
-        const std::size_t coloursIndex = 2 + depth;
+        const noisetextureKernelValues k = kernelValues(v, cl.pixelOrderBGRA(), width, height);
+        const std::size_t weightsIndex = cl.kernelIndex(0);
+        const std::size_t coloursIndex = cl.kernelIndex(1);
         const cl_kernel weights = openCL.kernel(weightsIndex);
         const cl_kernel colours = openCL.kernel(coloursIndex);
         OpenCLBinding& binding = openCL.binding();
-        if (!setKernelArgs(binding, weights, out, colour0, colour1, p0, p1, p2, p3)) return;
-        if (!setKernelArgs(binding, colours, out, out, colour0, colour1, p0, p1, p2, p3)) return;
+        const cl_mem out = cl.dst();
+        if (!setKernelArgs(binding, weights, out, k)) return;
+        if (!setKernelArgs(binding, colours, out, out, k)) return;
         const std::size_t rows[2] = {1, static_cast<std::size_t>(height)};
         const std::size_t pixels[2] = {static_cast<std::size_t>(width), static_cast<std::size_t>(height)};
-        launchKernel(binding, clQueue, weights, openCL.launchCache(weightsIndex), rows);
-        launchKernel(binding, clQueue, colours, openCL.launchCache(coloursIndex), pixels);
-    }
-
-private:
-    static cl_float4 floats(double a, double b, double c, double d) {
-        return cl_float4{{static_cast<float>(a), static_cast<float>(b), static_cast<float>(c), static_cast<float>(d)}};
-    }
-    static cl_float4 straight(const double (&rgba)[4]) { return floats(rgba[0], rgba[1], rgba[2], rgba[3]); }
-};
-
-class noisetexturePlugin : public OFX::ImageEffect {
-public:
-    explicit noisetexturePlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle),
-          dstClip(fetchClip(OFX::kOutputClip)),
-          noiseStyle(fetchChoiceParam(kNoiseStyleParam)),
-          numberOfLayers(fetchDoubleParam(kNumberOfLayersParam)),
-          swapColors(fetchBooleanParam(kSwapColorsParam)),
-          color1(fetchRGBAParam(kColor1Param)),
-          color2(fetchRGBAParam(kColor2Param)),
-          frequencyX(fetchDoubleParam(kFrequencyXParam)),
-          frequencyY(fetchDoubleParam(kFrequencyYParam)),
-          offsetX(fetchDoubleParam(kOffsetXParam)),
-          offsetY(fetchDoubleParam(kOffsetYParam)),
-          progress(fetchDoubleParam(kProgressParam)),
-          noiseMin(fetchDoubleParam(kMinParam)),
-          noiseMax(fetchDoubleParam(kMaxParam)),
-          bias(fetchDoubleParam(kBiasParam)),
-          amplitude(fetchDoubleParam(kAmplitudeParam)),
-          falloff(fetchDoubleParam(kFalloffParam)) {
-        openCL.buildIfDeferred();
-    }
-
-    void render(const OFX::RenderArguments& args) override {
-        if (renderOnOpenCL<noisetextureOpenCLProcessor>(*this, *dstClip, args)) return;
-        OFX::renderOnCPU<noisetextureProcessor>(*this, *dstClip, args);
-    }
-
-    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
-        OFX::setInfiniteRegion(rod);
-        return true;
-    }
-
-    void setupAndProcess(noisetextureProcessorBase& processor, const OFX::RenderArguments& args) {
-        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
-        processor.setDstImg(dst.get());
-        processor.setRenderWindow(args.renderWindow);
-        const double t = args.time;
-        NoiseValues v;
-        v.style = noiseStyle->getValueAtTime(t);
-        v.layers = numberOfLayers->getValueAtTime(t);
-        v.swap = swapColors->getValueAtTime(t);
-        color1->getValueAtTime(t, v.color1[0], v.color1[1], v.color1[2], v.color1[3]);
-        color2->getValueAtTime(t, v.color2[0], v.color2[1], v.color2[2], v.color2[3]);
-        v.frequencyX = frequencyX->getValueAtTime(t);
-        v.frequencyY = frequencyY->getValueAtTime(t);
-        v.offsetX = offsetX->getValueAtTime(t);
-        v.offsetY = offsetY->getValueAtTime(t);
-        v.progress = progress->getValueAtTime(t);
-        v.min = noiseMin->getValueAtTime(t);
-        v.max = noiseMax->getValueAtTime(t);
-        v.bias = bias->getValueAtTime(t);
-        v.amplitude = amplitude->getValueAtTime(t);
-        v.falloff = falloff->getValueAtTime(t);
-        processor.setValues(v);
-        processor.process();
-    }
-
-private:
-    OFX::Clip* dstClip;
-    OFX::ChoiceParam* noiseStyle;
-    OFX::DoubleParam* numberOfLayers;
-    OFX::BooleanParam* swapColors;
-    OFX::RGBAParam* color1;
-    OFX::RGBAParam* color2;
-    OFX::DoubleParam* frequencyX;
-    OFX::DoubleParam* frequencyY;
-    OFX::DoubleParam* offsetX;
-    OFX::DoubleParam* offsetY;
-    OFX::DoubleParam* progress;
-    OFX::DoubleParam* noiseMin;
-    OFX::DoubleParam* noiseMax;
-    OFX::DoubleParam* bias;
-    OFX::DoubleParam* amplitude;
-    OFX::DoubleParam* falloff;
-};
-
-class noisetexturePluginFactory : public OFX::PluginFactoryHelper<noisetexturePluginFactory> {
-public:
-    noisetexturePluginFactory()
-        : OFX::PluginFactoryHelper<noisetexturePluginFactory>("talvo.effects:noisetexture", 1, 0) {}
-
-    void load() override { openCL.load(); }
-    void unload() override { openCL.unload(); }
-
-    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kNoiseTexture); }
-
-    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum) override {
-        OFX::defineGeneratorOutput(desc);
-        OFX::ChoiceParamDescriptor* style = desc.defineChoiceParam(kNoiseStyleParam);
-        style->setLabels("Noise style", "Noise style", "Noise style");
-        style->setScriptName("noisestyle");
-        for (const char* label : kStyleLabels) style->appendOption(label);
-        style->setAnimates(true);
-        OFX::defineSlider(desc, {kNumberOfLayersParam, "Number of layers", "numberoflayers", 1.0, 1.0, 5.0, 0.1});
-        OFX::BooleanParamDescriptor* swap = desc.defineBooleanParam(kSwapColorsParam);
-        swap->setLabels("Swap colors", "Swap colors", "Swap colors");
-        swap->setScriptName("swapcolors");
-        swap->setDefault(false);
-        swap->setAnimates(true);
-        OFX::defineColor(desc, kColor1Param, "Color 1", "color1", 0.0);
-        OFX::defineColor(desc, kColor2Param, "Color 2", "color2", 1.0);
-        // Cells across the frame's width; the vertical is measured in widths
-        // too.
-        const OFX::GroupParamDescriptor& frequency = *OFX::defineGroup(desc, kFrequencyGroup, "Frequency");
-        OFX::defineSlider(desc, {kFrequencyXParam, "X", "frequencyx", 10.0, 0.001, 30.0, 0.1}, frequency);
-        OFX::defineSlider(desc, {kFrequencyYParam, "Y", "frequencyy", 10.0, 0.001, 30.0, 0.1}, frequency);
-        // Frame widths; the progress moves through the noise's third axis.
-        const OFX::GroupParamDescriptor& offset = *OFX::defineGroup(desc, kOffsetGroup, "Offset");
-        OFX::defineSlider(desc, {kOffsetXParam, "X", "offsetx", 0.0, -5.0, 5.0, 0.1}, offset);
-        OFX::defineSlider(desc, {kOffsetYParam, "Y", "offsety", 0.0, -5.0, 5.0, 0.1}, offset);
-        OFX::defineSlider(
-            desc, {kProgressParam, "Progress (in degrees)", "offsetprogressindegrees", 0.0, 0.0, 10.0, 0.1}, offset);
-        const OFX::GroupParamDescriptor& noise = *OFX::defineGroup(desc, kNoiseParametersGroup, "Noise parameters");
-        OFX::defineSlider(desc, {kMinParam, "Min", "noiseparametersmin", 0.0, 0.0, 1.0, 0.1}, noise);
-        OFX::defineSlider(desc, {kMaxParam, "Max", "noiseparametersmax", 1.0, 0.0, 1.0, 0.1}, noise);
-        OFX::defineSlider(desc, {kBiasParam, "Bias", "noiseparametersbias", 0.0, -1.0, 1.0, 0.1}, noise);
-        OFX::defineSlider(desc, {kAmplitudeParam, "Amplitude", "noiseparametersamplitude", 1.0, 0.0, 10.0, 0.1},
-                            noise);
-        OFX::defineSlider(desc,
-                            {kFalloffParam, "Grain (amplitude falloff)", "noiseparametersgrainamplitudefalloff", 0.5,
-                             0.0, 1.0, 0.1},
-                            noise);
-        OFX::finishEffectDescription(desc, kNoiseTexture);
-    }
-
-    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
-        return new noisetexturePlugin(handle);
+        launchKernel(binding, cl.queue(), weights, openCL.launchCache(weightsIndex), rows);
+        launchKernel(binding, cl.queue(), colours, openCL.launchCache(coloursIndex), pixels);
     }
 };
 
-const OFX::FactoryRegistration<noisetexturePluginFactory> registration;
+using noisetexturePluginFactory = OFX::EffectFactory<noisetexture>;
+using noisetexturePlugin = OFX::EffectPlugin<noisetexture>;
+using noisetextureOpenCLProcessor = OFX::OpenCLEffectProcessor<noisetexture>;
+
+const OFX::EffectRegistration<noisetexture> registration;
 
 }  // namespace

@@ -1,8 +1,10 @@
 // Solid Color on packed rows (row r of the window starts at r * width * 4
 // components), one work item per pixel; the launch rounds the global size
-// up, hence the guards. The processor hands over the pixel already in
-// memory order (blue first, whatever the clip's order) and in the output's
-// own scale, so both kernels only store it.
+// up, hence the guards. The processor hands over the pixel already in the
+// render's memory order and in the output's own scale, so both kernels only
+// store it and neither depends on the pixel order.
+
+#include "prelude.inc"
 
 // The byte pixel comes as four whole numbers 0..255 in floats, each exactly
 // the processor's byte: its products are taken in double, which a float

@@ -11,7 +11,7 @@
 // The red code goes to the pixel order's red component, so each depth has a
 // kernel per order: RGBA, then BGRA.
 
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
+#include "prelude.inc"
 
 // Segments: the right edge as a fraction (numerator, denominator), then the
 // red, green and blue codes. Each starts where the one before ends.

@@ -49,34 +49,42 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <span>
 #include <type_traits>
 
-#include "EffectOpenCL.h"
-#include "EffectSkeleton.h"
-#include "ImageProcessor.h"
-#include "OpenCLProcessor.h"
+#include "Effect.h"
 #include "RawView.h"
 
 namespace {
 
-// The kernels carry their own copy of the pattern tables that follow.
-constexpr std::string_view kKernelText =
-#include "testpattern.cl.inc"
-    ;
-
-// Shared by all instances, from the factory's load to its unload. The
-// program holds a byte and a float kernel for each pixel order: byte RGBA,
-// byte BGRA, float RGBA, float BGRA.
-EffectOpenCL openCL(kKernelText, kernelsByDepth({"k6600e3de0", "kd3f3059e7", "k7bdf055a8", "kb8a5abead"}));
-
-const OFX::EffectDeclaration kTestPattern{
-    "talvo.effects:testpattern", "TALVO Test Pattern", "TALVO", OFX::eContextGenerator, 1920, "{C55DDAF9-B236-11d2-BAD4-00C04F8EDC09}", true, false,
-    &OFX::kHostsSince18,
+// Offered only to the hosts that can take it.
+constexpr OFX::EffectDeclaration kTestPattern{
+    .identifier = "talvo.effects:testpattern",
+    .label = "TALVO Test Pattern",
+    .group = "TALVO",
+    .context = OFX::eContextGenerator,
+    .helpContextID = 1920,
+    .upliftGUID = "{C55DDAF9-B236-11d2-BAD4-00C04F8EDC09}",
+    .hosts = &OFX::kHostsSince18,
 };
 
-constexpr const char* kTestPatternTypeParam = "TestPatternType";
+// The options' order is the patterns' (see the table at the end of the
+// patterns below).
+constexpr OFX::ChoiceRow kTestPatternType{
+    .name = "TestPatternType",
+    .label = "Test pattern type",
+    .scriptName = "testpatterntype",
+    .options = {"Color bars (NTSC)", "Color bars (PAL)", "Color bars (PAL)", "Pluge and porches", "Ramp",
+                "SMPTE bars (NTSC)", "SMPTE bars (PAL)", "White porches", "Yellow porches"},
+};
+
+constexpr OFX::ParamTable kParams{kTestPatternType};
+
+struct testpatternValues {
+    int pattern;  // the choice index
+};
+
+using testpatternProcessorBase = OFX::EffectProcessorBase<testpatternValues>;
 
 // A colour as 8-bit studio-range codes.
 struct Level {
@@ -230,24 +238,14 @@ constexpr std::span<const Band> kPatterns[] = {
     kNtscBarBands,   kEbu75Bands,    kEbu100Bands,     kPlugePorchBands,  kRampBands,
     kSmpteNtscBands, kSmptePalBands, kWhitePorchBands, kYellowPorchBands,
 };
-constexpr const char* kPatternLabels[] = {
-    "Color bars (NTSC)", "Color bars (PAL)", "Color bars (PAL)", "Pluge and porches", "Ramp",
-    "SMPTE bars (NTSC)", "SMPTE bars (PAL)", "White porches",    "Yellow porches",
-};
-static_assert(std::size(kPatterns) == std::size(kPatternLabels));
+static_assert(kTestPatternType.options[std::size(kPatterns) - 1] && !kTestPatternType.options[std::size(kPatterns)],
+              "one pattern for each option");
+
+// Whether a choice index names a pattern.
+bool isPattern(int index) { return index >= 0 && index < static_cast<int>(std::size(kPatterns)); }
 
 constexpr size_t kMostBands = 5;
 static_assert(std::ranges::all_of(kPatterns, [](std::span<const Band> bands) { return bands.size() <= kMostBands; }));
-
-class testpatternProcessorBase : public OFX::ImageProcessor {
-public:
-    using OFX::ImageProcessor::ImageProcessor;
-
-    void setPattern(int index) { patternIndex = index; }
-
-protected:
-    int patternIndex = 0;
-};
 
 template <class PIX, int nComponents, int max, int isBGRA>
 class testpatternProcessor : public testpatternProcessorBase {
@@ -259,8 +257,8 @@ public:
     // whole render window, not the thread's rows.
     int multiThreadProcessImages(OfxRectI procWindow) override {
         if (!OFX::hasPixels(dstImg, kBytesPerPixel)) return 0;
-        if (patternIndex < 0 || patternIndex >= static_cast<int>(std::size(kPatterns))) return 0;
-        const std::span<const Band> bands = kPatterns[patternIndex];
+        if (!isPattern(values.pattern)) return 0;
+        const std::span<const Band> bands = kPatterns[values.pattern];
         const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
         const int width = renderWindow.x2 - renderWindow.x1;
         const int height = renderWindow.y2 - renderWindow.y1;
@@ -345,79 +343,36 @@ private:
     }
 };
 
-class testpatternOpenCLProcessor : public OpenCLProcessor<testpatternProcessorBase> {
-public:
-    using OpenCLProcessor::OpenCLProcessor;
+// The kernels carry their own copy of the pattern tables above.
+constexpr std::string_view kKernelText =
+#include "testpattern.cl.inc"
+    ;
 
-    // The red code goes to the order's red component, so the pixel order
-    // picks the kernel as the depth does. Arguments: the destination, the
-    // pattern's choice index, the window's width and height.
-    void process() override {
-        if (!dstImg) return;
-        if (patternIndex < 0 || patternIndex >= static_cast<int>(std::size(kPatterns))) return;
-        const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        launchOverWindow(openCL, index, buffer(dstImg), static_cast<cl_int>(patternIndex), windowWidth(),
-                         windowHeight());
+struct testpattern {
+    static constexpr const OFX::EffectDeclaration& declaration = kTestPattern;
+    static constexpr const auto& params = kParams;
+    using Values = testpatternValues;
+    static Values values(OFX::ParamSet& p, const OFX::RenderArguments& args) {
+        return {kTestPatternType.value(p, args.time)};
+    }
+    template <class PIX, int nComponents, int max, int isBGRA>
+    using Processor = testpatternProcessor<PIX, nComponents, max, isBGRA>;
+
+    // The red code goes to the order's red component, so each depth has a
+    // kernel per pixel order.
+    static inline EffectOpenCL openCL{
+        kKernelText, kernelsByDepthAndOrder({"k6600e3de0", "kd3f3059e7", "k7bdf055a8", "kb8a5abead"})};
+    // The output, the pattern's choice index, the window's size.
+    static void launch(OFX::OpenCLEffectProcessor<testpattern>& cl, const Values& v) {
+        if (!isPattern(v.pattern)) return;
+        cl.launch(cl.kernelIndex(), cl.dst(), v, cl.windowWidth(), cl.windowHeight());
     }
 };
 
-class testpatternPlugin : public OFX::ImageEffect {
-public:
-    explicit testpatternPlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle),
-          dstClip(fetchClip(OFX::kOutputClip)),
-          patternType(fetchChoiceParam(kTestPatternTypeParam)) {
-        openCL.buildIfDeferred();
-    }
+using testpatternPluginFactory = OFX::EffectFactory<testpattern>;
+using testpatternPlugin = OFX::EffectPlugin<testpattern>;
+using testpatternOpenCLProcessor = OFX::OpenCLEffectProcessor<testpattern>;
 
-    void render(const OFX::RenderArguments& args) override {
-        if (renderOnOpenCL<testpatternOpenCLProcessor>(*this, *dstClip, args)) return;
-        OFX::renderOnCPU<testpatternProcessor>(*this, *dstClip, args);
-    }
-
-    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
-        OFX::setInfiniteRegion(rod);
-        return true;
-    }
-
-    void setupAndProcess(testpatternProcessorBase& processor, const OFX::RenderArguments& args) {
-        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
-        processor.setDstImg(dst.get());
-        processor.setRenderWindow(args.renderWindow);
-        processor.setPattern(patternType->getValueAtTime(args.time));
-        processor.process();
-    }
-
-private:
-    OFX::Clip* dstClip;
-    OFX::ChoiceParam* patternType;
-};
-
-class testpatternPluginFactory : public OFX::PluginFactoryHelper<testpatternPluginFactory> {
-public:
-    testpatternPluginFactory()
-        : OFX::PluginFactoryHelper<testpatternPluginFactory>("talvo.effects:testpattern", 1, 0) {}
-
-    void load() override { openCL.load(); }
-    void unload() override { openCL.unload(); }
-
-    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kTestPattern); }
-
-    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum) override {
-        OFX::defineGeneratorOutput(desc);
-        OFX::ChoiceParamDescriptor* type = desc.defineChoiceParam(kTestPatternTypeParam);
-        type->setLabels("Test pattern type", "Test pattern type", "Test pattern type");
-        type->setScriptName("testpatterntype");
-        for (const char* label : kPatternLabels) type->appendOption(label);
-        type->setAnimates(true);
-        OFX::finishEffectDescription(desc, kTestPattern);
-    }
-
-    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
-        return new testpatternPlugin(handle);
-    }
-};
-
-const OFX::FactoryRegistration<testpatternPluginFactory> registration;
+const OFX::EffectRegistration<testpattern> registration;
 
 }  // namespace

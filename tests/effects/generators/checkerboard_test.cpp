@@ -134,20 +134,60 @@ TEST_F(CheckerboardTest, FullHorizontalBlendLeavesNoClearPixel) {
     }
 }
 
-// Each colour is premultiplied; red goes to the first component in memory
-// in both orders, so a BGRA clip shows it as blue.
-TEST_F(CheckerboardTest, ColoursArePremultipliedRedFirst) {
+// Each colour is premultiplied by its own alpha, and keeps its name in both
+// orders: orange is red 255, green trunc(0.5 * 255) = 127, no blue.
+TEST_F(CheckerboardTest, ColoursArePremultipliedAndKeepTheirNames) {
     auto inst = generatorOf(*plugin, 100, 100);
-    inst->setValueText("Color1", "1,0,0,1");
+    inst->setValueText("Color1", "1,0.5,0,1");
     inst->setValueText("Color2", "1,1,1,0");
     for (const Variant& v : kAllVariants) {
         SCOPED_TRACE(variantName(v));
         const auto out = renderVariant(*inst, v);
-        const float full = v.depth == Depth::Byte ? 255.0f : 1.0f;
-        const Rgba red = v.order == PixelOrder::RGBA ? Rgba{full, 0, 0, full} : Rgba{0, 0, full, full};
-        EXPECT_EQ(pixelAt(out, 5, 99), red);
+        const Rgba orange = v.depth == Depth::Byte ? Rgba{255, 127, 0, 255} : Rgba{1.0f, 0.5f, 0.0f, 1.0f};
+        EXPECT_EQ(pixelAt(out, 5, 99), orange);
         EXPECT_EQ(pixelAt(out, 15, 99), (Rgba{0, 0, 0, 0}));
         EXPECT_EQ(pixelAt(out, 5, 89), (Rgba{0, 0, 0, 0}));
+    }
+}
+
+// The settings of the picture tests below: soft bands both ways that differ,
+// an offset grid, and translucent colours that are not grey.
+void colourful(ofxhost::Instance& inst) {
+    inst.setValueText("TileDimensionsSquare", "false");
+    inst.setValueText("EdgeBlendingProportional", "false");
+    inst.setValueText("TileDimensionsWidth", "0.13");
+    inst.setValueText("TileDimensionsHeight", "0.21");
+    inst.setValueText("EdgeBlendingHorizontal", "0.3");
+    inst.setValueText("EdgeBlendingVertical", "0.7");
+    inst.setValueText("GridOffsetX", "0.37");
+    inst.setValueText("GridOffsetY", "0.21");
+    inst.setValueText("Color1", "0.9,0.2,0.4,0.6");
+    inst.setValueText("Color2", "0.1,0.8,0.3,0.35");
+}
+
+TEST_F(CheckerboardTest, OneAndTheSamePictureInBothOrders) {
+    auto inst = generatorOf(*plugin, 61, 47);
+    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "defaults");
+    colourful(*inst);
+    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "soft colourful tiles");
+}
+
+// The host's threads draw bands of rows; each row follows from its place in
+// the whole window, so every split gives the picture of one thread, to the
+// bit. 101 rows split unevenly over each count.
+TEST_F(CheckerboardTest, AnyNumberOfThreadsDrawsTheOneThreadPicture) {
+    auto render = [](unsigned threads, const Variant& v) {
+        ofxhost::HostConfig config;
+        config.threads = threads;
+        auto plugin = loadEffect(quietHost(config), "talvo.effects:checkerboard");
+        auto inst = generatorOf(*plugin, 97, 101);
+        colourful(*inst);
+        return renderVariant(*inst, v);
+    };
+    for (const Variant& v : {kAllVariants[1], kAllVariants[2]}) {
+        const auto one = render(1, v);
+        for (unsigned threads : {2u, 3u, 8u})
+            EXPECT_EQ(firstDifference(render(threads, v), one), "") << variantName(v) << " on " << threads;
     }
 }
 

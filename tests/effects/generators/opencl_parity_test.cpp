@@ -1,6 +1,8 @@
 // Every generator on the host's OpenCL device against its processor render,
 // over the four pixel variants, at 37 x 19 (no multiple of a work-group
-// shape, so the kernels' guards and the packed row length show).
+// shape, so the kernels' guards and the packed row length show). The
+// colours are not grey, so a kernel that put a colour in the other order's
+// place would show.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -18,6 +20,7 @@ std::vector<ParityCase> generatorCases() {
         // 0..1 keep the low byte of their truncation (2 * 255 * 0.75 = 382.5
         // gives 126, a negative one wraps), and a float keeps them.
         {"solidcolor", "Color=1,0.5,0.25,0.5"},
+        {"solidcolor", "Color=1,0.5,0,1"},
         {"solidcolor", "Color=0.3,0.7,0.9,0.6"},
         {"solidcolor", "Color=2,-0.5,1,0.75"},
         {"solidcolor", "Color=1,1,1,0"},

@@ -106,19 +106,42 @@ TEST_F(TestPatternTest, RampRunsAcrossTheWidth) {
     }
 }
 
-// The whole frame agrees between the orders, and between the depths where
-// the levels are codes.
-TEST_F(TestPatternTest, OrdersAndDepthsAgree) {
+// The whole frame is one picture in both orders (the default, the colour
+// bars and every other pattern), and agrees between the depths where the
+// levels are codes.
+TEST_F(TestPatternTest, OnePictureInBothOrdersAndBothDepths) {
     auto inst = generatorOf(*plugin, 333, 201);
+    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "default");
     for (int choice = 0; choice < 9; ++choice) {
         SCOPED_TRACE(choice);
         inst->setValueText("TestPatternType", std::to_string(choice));
-        const auto byteRgba = renderVariant(*inst, kAllVariants[0]);
-        EXPECT_TRUE(byteRgba.samePixels(renderVariant(*inst, kAllVariants[1])));
-        const auto floatRgba = renderVariant(*inst, kAllVariants[2]);
-        EXPECT_TRUE(floatRgba.samePixels(renderVariant(*inst, kAllVariants[3])));
+        for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, std::to_string(choice));
         if (choice != 4) {
-            EXPECT_TRUE(floatRgba.converted(Depth::Byte, PixelOrder::RGBA).samePixels(byteRgba));
+            const auto bytes = renderVariant(*inst, kAllVariants[0]);
+            const auto floats = renderVariant(*inst, kAllVariants[3]);
+            EXPECT_TRUE(floats.converted(Depth::Byte, PixelOrder::RGBA).samePixels(bytes));
+        }
+    }
+}
+
+// Each thread draws the first row of each band in its rows and copies it
+// down; positions come from the whole window, so every split of 101 rows
+// gives the picture of one thread.
+TEST_F(TestPatternTest, AnyNumberOfThreadsDrawsTheOneThreadPicture) {
+    auto render = [](unsigned threads, int choice, const Variant& v) {
+        ofxhost::HostConfig config;
+        config.threads = threads;
+        auto plugin = loadEffect(quietHost(config), kTestPattern);
+        auto inst = generatorOf(*plugin, 97, 101);
+        inst->setValueText("TestPatternType", std::to_string(choice));
+        return renderVariant(*inst, v);
+    };
+    for (int choice : {3, 5}) {
+        for (const Variant& v : {kAllVariants[1], kAllVariants[2]}) {
+            const auto one = render(1, choice, v);
+            for (unsigned threads : {2u, 7u})
+                EXPECT_EQ(firstDifference(render(threads, choice, v), one), "")
+                    << choice << " " << variantName(v) << " on " << threads;
         }
     }
 }

@@ -5,22 +5,11 @@
 // one byte kernel serves both orders. The launch rounds the global size up,
 // hence the guards.
 
-// The mix is computed in double, as the processor does.
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-// The processor multiplies and adds separately; a fused multiply-add would
-// round differently.
-#pragma OPENCL FP_CONTRACT OFF
+#include "prelude.inc"
 
 // A blend at or below this gives a plain copy. The processor compares its
 // double with the float 1e-6; the float it hands over compares the same way.
 #define BW_COPY_ONLY 1e-6f
-
-// The low byte of the library's rounding: to nearest with halves up (the
-// small bias tips an exact half), through the 1.5 * 2^52 trick that leaves
-// the integer in the low bits of the mantissa.
-int bw_round_low_byte(double v) {
-    return (int)(as_ulong((v + 1.5e-8) + 6755399441055744.0) & 0xFF);
-}
 
 __kernel void kb4e17c0a5(__global const uchar* src, __global uchar* dst, float blend, int width, int height) {
     const int x = get_global_id(0);
@@ -33,14 +22,11 @@ __kernel void kb4e17c0a5(__global const uchar* src, __global uchar* dst, float b
     }
     // The weight of the source colour, of 256: its low byte, so at most 255
     // and the mix stops short of the source.
-    const int k = bw_round_low_byte((1.0 - (double)blend) * 255.0);
+    const int k = qz_round_biased((1.0 - (double)blend) * 255.0) & 0xFF;
     const int a = src[i + 3];
     // The grey is held to alpha so that it stays premultiplied.
     const int g = min((src[i] + src[i + 1] + src[i + 2]) / 3, a);
-    for (int c = 0; c < 3; ++c) {
-        const int v = src[i + c];
-        dst[i + c] = (uchar)((v - g) * k / 256 + g);
-    }
+    for (int c = 0; c < 3; ++c) dst[i + c] = (uchar)qz_mix_byte(g, src[i + c], k);
     dst[i + 3] = (uchar)a;
 }
 

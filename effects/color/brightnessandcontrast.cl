@@ -5,12 +5,10 @@
 //
 // `values` holds brightness, contrast and contrast centre as the processor's
 // floats, and in its last lane which steps run (1 the lift, 2 the spread,
-// both summed): the processor decides that on its doubles, so that a value
-// close to the 1e-6 threshold cannot flip it in the narrowing.
+// both summed): the effect decides that on the parameters' doubles, so that
+// a value close to the 1e-6 threshold cannot flip it in the narrowing.
 
-// The processor multiplies and adds separately; a fused multiply-add would
-// round differently.
-#pragma OPENCL FP_CONTRACT OFF
+#include "prelude.inc"
 
 #define BC_LIFT 1
 #define BC_SPREAD 2

@@ -5,89 +5,111 @@
 #include <cmath>
 #include <memory>
 #include <optional>
+#include <string>
 #include <type_traits>
 #include <vector>
 
-#include "EffectOpenCL.h"
-#include "EffectSkeleton.h"
-#include "ImageProcessor.h"
+#include "Effect.h"
 #include "ImageStatistics.h"
-#include "OpenCLProcessor.h"
 #include "RawView.h"
+#include "StripFilter.h"
 
 namespace {
 
-constexpr std::string_view kKernelText =
-#include "brightnessandcontrast.cl.inc"
-    ;
-
-// Shared by all instances, from the factory's load to its unload. The
-// program holds a byte and a float kernel, in this order; the analysis stays
-// on the CPU.
-EffectOpenCL openCL(kKernelText, kernelsByDepth({"k7c3e0b95d", "ke18a4f2c6"}));
-
-const OFX::EffectDeclaration kBrightnessAndContrast{
+constexpr OFX::EffectDeclaration kBrightnessAndContrast{
     "talvo.effects:brightnessandcontrast", "TALVO Brightness and Contrast", "TALVO\\Color", OFX::eContextFilter, 1640,
     "{EC9C4A02-E360-11D1-9AA9-00A0C99B12C5}",
 };
 
-constexpr const char* kBrightnessParam = "Brightness";
-constexpr const char* kContrastParam = "Contrast";
-constexpr const char* kContrastCenterParam = "ContrastCenter";
-constexpr const char* kGroupParam = "Group";
-constexpr const char* kGroupInputParam = "GroupInput";
-constexpr const char* kGroupOutputParam = "GroupOutput";
-constexpr const char* kPercentParam = "Percent";
-constexpr const char* kMinParam = "Min";
-constexpr const char* kMaxParam = "Max";
-constexpr const char* kReferenceModeParam = "ReferenceMode";
-constexpr const char* kDoAnalysisParam = "DoAnalysis";
-
-constexpr const char* kAnalysisPhase = "AnalysisPhase";
-
 // The frames the analysis reads, in the order of the choice's options.
 enum ReferenceMode { eCurrentFrame = 0, eCurrentMedia, eEachFrameIndependently };
-constexpr const char* kReferenceModeOptions[] = {"RM_CurrentFrame", "RM_CurrentMedia", "RM_EachFrameIndependently"};
 
-// One slider of the panel; the label serves all three label lengths.
-struct SliderRow {
-    const char* name;
-    const char* label;
-    double defaultValue, min, max, displayMin, displayMax, increment;
-    bool animates;
-};
-
-const SliderRow kBrightnessRow{kBrightnessParam, "Brightness", 0.0, -1.0, 1.0, -1.0, 1.0, 0.1, true};
-const SliderRow kContrastRow{kContrastParam, "Contrast", 0.0, -1.0, 1.0, -1.0, 1.0, 0.1, true};
-const SliderRow kContrastCenterRow{kContrastCenterParam, "Contrast center", 0.5, 0.0, 1.0, 0.0, 1.0, 0.1, true};
+// The script names are the identifiers themselves.
+constexpr OFX::DoubleRow kBrightness{
+    .name = "Brightness", .label = "Brightness", .scriptName = "Brightness", .min = -1.0, .max = 1.0};
+constexpr OFX::DoubleRow kContrast{
+    .name = "Contrast", .label = "Contrast", .scriptName = "Contrast", .min = -1.0, .max = 1.0};
+constexpr OFX::DoubleRow kContrastCenter{
+    .name = "ContrastCenter", .label = "Contrast center", .scriptName = "ContrastCenter", .defaultValue = 0.5};
+constexpr OFX::GroupRow kGroup{.name = "Group", .label = "Group"};
+constexpr OFX::GroupRow kGroupInput{.name = "GroupInput", .label = "GroupInput"};
+constexpr OFX::GroupRow kGroupOutput{.name = "GroupOutput", .label = "GroupOutput"};
 // The analysis settings are not animated: an analysis is run once, at a time.
-const SliderRow kPercentRow{kPercentParam, "Percent", 0.01, 0.0, 0.5, 0.0, 0.5, 0.01, false};
+constexpr OFX::DoubleRow kPercent{
+    .name = "Percent",
+    .label = "Percent",
+    .scriptName = "Percent",
+    .defaultValue = 0.01,
+    .max = 0.5,
+    .increment = 0.01,
+    .group = &kGroupOutput,
+    .animates = false,
+};
 // By default the analysis maps a frame's range onto the video-legal 15..235
 // of 255. Note: Max runs from 0.01 but is shown from 0.1; both stand.
-const SliderRow kMinRow{kMinParam, "Min", 15.0 / 255.0, 0.0, 0.99, 0.0, 0.99, 0.1, false};
-const SliderRow kMaxRow{kMaxParam, "Max", 235.0 / 255.0, 0.01, 1.0, 0.1, 1.0, 0.1, false};
+constexpr OFX::DoubleRow kMin{
+    .name = "Min",
+    .label = "Min",
+    .scriptName = "Min",
+    .defaultValue = 15.0 / 255.0,
+    .max = 0.99,
+    .group = &kGroupOutput,
+    .animates = false,
+};
+constexpr OFX::DoubleRow kMax{
+    .name = "Max",
+    .label = "Max",
+    .scriptName = "Max",
+    .defaultValue = 235.0 / 255.0,
+    .min = 0.01,
+    .displayMin = 0.1,
+    .displayMax = 1.0,
+    .group = &kGroupOutput,
+    .animates = false,
+};
+constexpr OFX::ChoiceRow kReferenceMode{
+    .name = "ReferenceMode",
+    .label = "ReferenceMode",
+    .scriptName = "ReferenceMode",
+    .options = {"RM_CurrentFrame", "RM_CurrentMedia", "RM_EachFrameIndependently"},
+    .defaultValue = eCurrentMedia,
+    .group = &kGroupOutput,
+    .animates = false,
+};
+constexpr OFX::PushButtonRow kDoAnalysis{
+    .name = "DoAnalysis", .label = "DoAnalysis", .scriptName = nullptr, .group = &kGroupOutput};
 
-// The script name is the identifier itself.
-OFX::DoubleParamDescriptor* defineSlider(OFX::ImageEffectDescriptor& desc, const SliderRow& row) {
-    OFX::DoubleParamDescriptor* param = desc.defineDoubleParam(row.name);
-    param->setLabels(row.label, row.label, row.label);
-    param->setScriptName(row.name);
-    param->setDefault(row.defaultValue);
-    param->setRange(row.min, row.max);
-    param->setIncrement(row.increment);
-    param->setDisplayRange(row.displayMin, row.displayMax);
-    param->setAnimates(row.animates);
-    return param;
-}
+constexpr OFX::ParamTable kParams{
+    kBrightness, kContrast, kContrastCenter, kGroup, kGroupInput, kGroupOutput,
+    kPercent, kMin, kMax, kReferenceMode, kDoAnalysis,
+};
 
-OFX::GroupParamDescriptor* defineGroup(OFX::ImageEffectDescriptor& desc, const char* name) {
-    OFX::GroupParamDescriptor* group = desc.defineGroupParam(name);
-    group->setLabels(name, name, name);
-    return group;
-}
+// The steps a render runs.
+constexpr int kLift = 1;
+constexpr int kSpread = 2;
 
-// A parameter within this of zero changes nothing, and its pass is skipped.
+// A parameter within this of zero changes nothing, and its step is skipped.
 constexpr double kNoChange = 1e-6;
+
+// What the processors and the kernels compute with: the values in single
+// precision, and which steps run, decided on the doubles so that a value
+// close to the threshold cannot flip it in the narrowing.
+struct brightnessandcontrastValues {
+    float brightness;
+    float contrast;
+    float contrastCenter;
+    int steps;
+};
+
+brightnessandcontrastValues valuesAt(OFX::ParamSet& p, double time) {
+    const double brightness = kBrightness.value(p, time);
+    const double contrast = kContrast.value(p, time);
+    const int steps = (std::abs(brightness) > kNoChange ? kLift : 0) | (std::abs(contrast) > kNoChange ? kSpread : 0);
+    return {static_cast<float>(brightness), static_cast<float>(contrast),
+            static_cast<float>(kContrastCenter.value(p, time)), steps};
+}
+
+using brightnessandcontrastProcessorBase = OFX::EffectProcessorBase<brightnessandcontrastValues>;
 
 // Float pixels with alpha at or below this carry no colour.
 constexpr double kAlphaFloor = 1e-6;
@@ -101,54 +123,30 @@ constexpr float kFloatContrastTop = 1.000001f;
 // without bound, and 1 + C below, down to a flat grey at -1.
 float contrastFactor(float contrast, float top) { return contrast > 0.0f ? 1.0f / (top - contrast) : contrast + 1.0f; }
 
-class brightnessandcontrastProcessorBase : public OFX::ImageProcessor {
-public:
-    using OFX::ImageProcessor::ImageProcessor;
-
-    void setSrcImg(OFX::Image* image) { srcImg = image; }
-    void setValues(double brightnessValue, double contrastValue, double contrastCenterValue) {
-        brightness = brightnessValue;
-        contrast = contrastValue;
-        contrastCenter = contrastCenterValue;
-    }
-
-protected:
-    OFX::Image* srcImg = nullptr;
-    double brightness = 0.0;
-    double contrast = 0.0;
-    double contrastCenter = 0.5;
-};
-
 // The three colours get the same treatment, so the pixel order only decides
-// which storage index is which colour and the results match.
+// which storage index is which colour and both orders give one picture.
 template <class PIX, int nComponents, int max, int isBGRA>
 class brightnessandcontrastProcessor : public brightnessandcontrastProcessorBase {
 public:
     using brightnessandcontrastProcessorBase::brightnessandcontrastProcessorBase;
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
         int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, bytesPerPixel, status)) return status;
-
-        const bool lifts = std::abs(brightness) > kNoChange;
-        const bool spreads = std::abs(contrast) > kNoChange;
-        if (!lifts && !spreads) return 0;
-
+        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
+        if (values.steps == 0) return 0;
         const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
-        const float b = static_cast<float>(brightness);
-        const float c = static_cast<float>(contrast);
-        const float p = static_cast<float>(contrastCenter);
+        const float b = values.brightness;
+        const float p = values.contrastCenter;
         if constexpr (std::is_same_v<PIX, unsigned char>) {
-            return adjustBytes(rows, b, c, p);
+            return adjustBytes(rows, b, p, contrastFactor(values.contrast, kByteContrastTop));
         } else {
             // Two passes, each under the alpha rule: the lift is premultiplied
             // back before the spread unpremultiplies again.
-            if (lifts) {
+            if (values.steps & kLift) {
                 if (const int stopped = floatPass(rows, [b](float v) { return v + b; })) return stopped;
             }
-            if (spreads) {
-                const float k = contrastFactor(c, kFloatContrastTop);
+            if (values.steps & kSpread) {
+                const float k = contrastFactor(values.contrast, kFloatContrastTop);
                 return floatPass(rows, [p, k](float v) { return (v - p) * k + p; });
             }
             return 0;
@@ -158,34 +156,25 @@ public:
 private:
     // Both steps in one table of the 256 levels, built afresh by every
     // band; the colour is then held to alpha so that it stays premultiplied.
-    int adjustBytes(const OfxRectI& rows, float b, float c, float p) {
-        const float k = contrastFactor(c, kByteContrastTop);
+    int adjustBytes(const OfxRectI& rows, float b, float p, float k) const {
         unsigned char table[256];
         for (int i = 0; i < 256; ++i) {
             const float v = ((static_cast<float>(i) / 255.0f + b - p) * k + p) * 255.0f;
             table[i] = static_cast<unsigned char>(std::clamp(v, 0.0f, 255.0f));
         }
-        for (int y = rows.y1; y < rows.y2; ++y) {
-            if (effect.abort()) return 1;
-            auto* px = static_cast<unsigned char*>(dstImg->getPixelAddress(rows.x1, y));
-            for (int x = rows.x1; x < rows.x2; ++x, px += 4) {
+        return OFX::forEachRow<unsigned char>(effect, dstImg, rows, [&table](unsigned char* px, int n) {
+            for (; n > 0; --n, px += 4) {
                 const unsigned char a = px[3];
-                px[0] = std::min(table[px[0]], a);
-                px[1] = std::min(table[px[1]], a);
-                px[2] = std::min(table[px[2]], a);
+                for (int c = 0; c < 3; ++c) px[c] = std::min(table[px[c]], a);
             }
-        }
-        return 0;
+        });
     }
 
     template <class Formula>
-    int floatPass(const OfxRectI& rows, const Formula& formula) {
-        for (int y = rows.y1; y < rows.y2; ++y) {
-            if (effect.abort()) return 1;
-            auto* px = static_cast<float*>(dstImg->getPixelAddress(rows.x1, y));
-            for (int x = rows.x1; x < rows.x2; ++x, px += 4) underAlphaRule(px, formula);
-        }
-        return 0;
+    int floatPass(const OfxRectI& rows, const Formula& formula) const {
+        return OFX::forEachRow<float>(effect, dstImg, rows, [&formula](float* px, int n) {
+            for (; n > 0; --n, px += 4) underAlphaRule(px, formula);
+        });
     }
 
     // The float alpha rule of the colour filters: no colour without alpha,
@@ -207,26 +196,9 @@ private:
     }
 };
 
-// The three colours get the same treatment, so the pixel order does not
-// matter.
-class brightnessandcontrastOpenCLProcessor : public OpenCLProcessor<brightnessandcontrastProcessorBase> {
-public:
-    using OpenCLProcessor::OpenCLProcessor;
-
-    void process() override {
-        if (!dstImg || !srcImg) return;
-        // The two 4-byte values are the window's width and height; the
-        // vector holds brightness, contrast, centre, and which steps run
-        // (1 the lift, 2 the spread), decided here on the doubles.
-        const float steps = (std::abs(brightness) > kNoChange ? 1.0f : 0.0f) +
-                            (std::abs(contrast) > kNoChange ? 2.0f : 0.0f);
-        const cl_float4 values = {{static_cast<float>(brightness), static_cast<float>(contrast),
-                                   static_cast<float>(contrastCenter), steps}};
-        const bool isFloat = floatOutput();
-        launchOverWindow(openCL, isFloat ? 1 : 0, buffer(srcImg), buffer(dstImg), windowWidth(), windowHeight(),
-                         values);
-    }
-};
+constexpr std::string_view kKernelText =
+#include "brightnessandcontrast.cl.inc"
+    ;
 
 // The three values that take a measured low level l to the target t0 and
 // the high level h to t1 through the render's formula, in float: the centre
@@ -283,45 +255,35 @@ private:
     OFX::ParamSet& params_;
 };
 
-class brightnessandcontrastPlugin : public OFX::ImageEffect {
+class brightnessandcontrastPlugin;
+
+struct brightnessandcontrast {
+    static constexpr const OFX::EffectDeclaration& declaration = kBrightnessAndContrast;
+    static constexpr const auto& params = kParams;
+    using Values = brightnessandcontrastValues;
+    static Values values(OFX::ParamSet& p, const OFX::RenderArguments& args) { return valuesAt(p, args.time); }
+    template <class PIX, int nComponents, int max, int isBGRA>
+    using Processor = brightnessandcontrastProcessor<PIX, nComponents, max, isBGRA>;
+    using Plugin = brightnessandcontrastPlugin;
+
+    // The colours get the same treatment, so one kernel per depth serves
+    // both orders. The analysis stays on the CPU.
+    static inline EffectOpenCL openCL{kKernelText, kernelsByDepth({"k7c3e0b95d", "ke18a4f2c6"})};
+    // Source, output, the window's size, then one vector of brightness,
+    // contrast, centre and the steps.
+    static void launch(OFX::OpenCLEffectProcessor<brightnessandcontrast>& cl, const Values& v) {
+        const cl_float4 adjustment = {{v.brightness, v.contrast, v.contrastCenter, static_cast<float>(v.steps)}};
+        cl.launch(cl.kernelIndex(), cl.src(), cl.dst(), cl.windowWidth(), cl.windowHeight(), adjustment);
+    }
+};
+
+// The effect's own behaviour: the analysis behind the DoAnalysis button.
+class brightnessandcontrastPlugin : public OFX::EffectPlugin<brightnessandcontrast> {
 public:
-    explicit brightnessandcontrastPlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle),
-          srcClip(fetchClip(OFX::kSourceClip)),
-          dstClip(fetchClip(OFX::kOutputClip)),
-          brightness(fetchDoubleParam(kBrightnessParam)),
-          contrast(fetchDoubleParam(kContrastParam)),
-          contrastCenter(fetchDoubleParam(kContrastCenterParam)),
-          percent(fetchDoubleParam(kPercentParam)),
-          targetMin(fetchDoubleParam(kMinParam)),
-          targetMax(fetchDoubleParam(kMaxParam)),
-          referenceMode(fetchChoiceParam(kReferenceModeParam)) {
-        openCL.buildIfDeferred();
-    }
-
-    void render(const OFX::RenderArguments& args) override {
-        if (renderOnOpenCL<brightnessandcontrastOpenCLProcessor>(*this, *dstClip, args)) return;
-        OFX::renderOnCPU<brightnessandcontrastProcessor>(*this, *dstClip, args);
-    }
-
-    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
-        OFX::setInfiniteRegion(rod);
-        return true;
-    }
+    using EffectPlugin::EffectPlugin;
 
     void changedParam(const OFX::InstanceChangedArgs& args, const std::string& paramName) override {
-        if (paramName == kDoAnalysisParam) analyse(args.time);
-    }
-
-    void setupAndProcess(brightnessandcontrastProcessorBase& processor, const OFX::RenderArguments& args) {
-        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
-        std::unique_ptr<OFX::Image> src(srcClip->fetchImage(args.time));
-        processor.setDstImg(dst.get());
-        processor.setSrcImg(src.get());
-        processor.setRenderWindow(args.renderWindow);
-        processor.setValues(brightness->getValueAtTime(args.time), contrast->getValueAtTime(args.time),
-                            contrastCenter->getValueAtTime(args.time));
-        processor.process();
+        if (paramName == kDoAnalysis.name) analyse(args.time);
     }
 
 private:
@@ -332,12 +294,12 @@ private:
     // levels and are passed over; when nothing was measured (the first frame
     // missing, or cancelled at once) nothing is written and no key is lost.
     void analyse(double time) {
-        const int mode = referenceMode->getValue();
+        const int mode = kReferenceMode.value(*this, time);
         // Note: Percent is read as a float and compared with the float
         // epsilon, 1.1920929e-07: below it no tail is cut and the plain
         // extremes are measured, exact on float frames; at or above it the
         // levels come from the histogram with that tail cut at each end.
-        const float tail = static_cast<float>(percent->getValue());
+        const float tail = static_cast<float>(kPercent.value(*this, time));
         const bool plainExtremes = tail < 1.1920929e-07f;
 
         OfxRangeD frames{time, time};
@@ -347,7 +309,7 @@ private:
 
         std::vector<FrameLevels> measured;
         {
-            ProgressScope progress(*this, kAnalysisPhase);
+            ProgressScope progress(*this, "AnalysisPhase");
             for (double t = frames.min; t <= frames.max; t += 1.0) {
                 std::unique_ptr<OFX::Image> src(srcClip->fetchImage(t));
                 if (!src) break;
@@ -360,8 +322,8 @@ private:
         }
         if (measured.empty()) return;
 
-        const float targetLow = static_cast<float>(targetMin->getValue());
-        const float targetHigh = static_cast<float>(targetMax->getValue());
+        const float targetLow = static_cast<float>(kMin.value(*this, time));
+        const float targetHigh = static_cast<float>(kMax.value(*this, time));
         if (mode == eEachFrameIndependently) {
             writeKeys(measured, targetLow, targetHigh);
             return;
@@ -373,72 +335,27 @@ private:
             high = std::max(high, frame.levels.high);
         }
         const Correction correction = correctionFor(low, high, targetLow, targetHigh);
-        EditBlock block(*this, kDoAnalysisParam);
-        brightness->setValue(correction.brightness);
-        contrast->setValue(correction.contrast);
-        contrastCenter->setValue(correction.contrastCenter);
+        EditBlock block(*this, kDoAnalysis.name);
+        kBrightness.param(*this).setValue(correction.brightness);
+        kContrast.param(*this).setValue(correction.contrast);
+        kContrastCenter.param(*this).setValue(correction.contrastCenter);
     }
 
     void writeKeys(const std::vector<FrameLevels>& measured, float targetLow, float targetHigh) {
-        for (OFX::DoubleParam* param : {brightness, contrast, contrastCenter}) param->deleteAllKeys();
+        for (const OFX::DoubleRow* row : {&kBrightness, &kContrast, &kContrastCenter})
+            row->param(*this).deleteAllKeys();
         for (const FrameLevels& frame : measured) {
             const Correction correction = correctionFor(frame.levels.low, frame.levels.high, targetLow, targetHigh);
-            brightness->setValueAtTime(frame.time, correction.brightness);
-            contrast->setValueAtTime(frame.time, correction.contrast);
-            contrastCenter->setValueAtTime(frame.time, correction.contrastCenter);
+            kBrightness.param(*this).setValueAtTime(frame.time, correction.brightness);
+            kContrast.param(*this).setValueAtTime(frame.time, correction.contrast);
+            kContrastCenter.param(*this).setValueAtTime(frame.time, correction.contrastCenter);
         }
     }
-
-    OFX::Clip* srcClip;
-    OFX::Clip* dstClip;
-    OFX::DoubleParam* brightness;
-    OFX::DoubleParam* contrast;
-    OFX::DoubleParam* contrastCenter;
-    OFX::DoubleParam* percent;
-    OFX::DoubleParam* targetMin;
-    OFX::DoubleParam* targetMax;
-    OFX::ChoiceParam* referenceMode;
 };
 
-class brightnessandcontrastPluginFactory : public OFX::PluginFactoryHelper<brightnessandcontrastPluginFactory> {
-public:
-    brightnessandcontrastPluginFactory()
-        : OFX::PluginFactoryHelper<brightnessandcontrastPluginFactory>("talvo.effects:brightnessandcontrast", 1, 0) {}
+using brightnessandcontrastPluginFactory = OFX::EffectFactory<brightnessandcontrast>;
+using brightnessandcontrastOpenCLProcessor = OFX::OpenCLEffectProcessor<brightnessandcontrast>;
 
-    void load() override { openCL.load(); }
-    void unload() override { openCL.unload(); }
-
-    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kBrightnessAndContrast); }
-
-    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
-        OFX::defineEffectClips(desc, context);
-        defineSlider(desc, kBrightnessRow);
-        defineSlider(desc, kContrastRow);
-        defineSlider(desc, kContrastCenterRow);
-        defineGroup(desc, kGroupParam);
-        defineGroup(desc, kGroupInputParam);
-        const OFX::GroupParamDescriptor& output = *defineGroup(desc, kGroupOutputParam);
-        for (const SliderRow* row : {&kPercentRow, &kMinRow, &kMaxRow}) defineSlider(desc, *row)->setParent(output);
-
-        OFX::ChoiceParamDescriptor* mode = desc.defineChoiceParam(kReferenceModeParam);
-        mode->setLabels(kReferenceModeParam, kReferenceModeParam, kReferenceModeParam);
-        mode->setScriptName(kReferenceModeParam);
-        for (const char* option : kReferenceModeOptions) mode->appendOption(option);
-        mode->setDefault(eCurrentMedia);
-        mode->setAnimates(false);
-        mode->setParent(output);
-
-        OFX::PushButtonParamDescriptor* analysis = desc.definePushButtonParam(kDoAnalysisParam);
-        analysis->setLabels(kDoAnalysisParam, kDoAnalysisParam, kDoAnalysisParam);
-        analysis->setParent(output);
-        OFX::finishEffectDescription(desc, kBrightnessAndContrast);
-    }
-
-    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
-        return new brightnessandcontrastPlugin(handle);
-    }
-};
-
-const OFX::FactoryRegistration<brightnessandcontrastPluginFactory> registration;
+const OFX::EffectRegistration<brightnessandcontrast> registration;
 
 }  // namespace

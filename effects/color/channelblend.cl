@@ -3,28 +3,27 @@
 // guards.
 //
 // Arguments after the two buffers: the four groups' terms, group by group
-// in the order of the components they write (0, 1, 2, alpha), each as the
-// weights of components 0 to 3 and then the offset (20 values, already
-// normalised by the processor where asked), then width and height. The
-// groups go by memory position, not colour, so one kernel per depth serves
-// both storage orders.
+// in the order of the channels they write (red, green, blue, alpha), each as
+// the weights of red, green, blue and alpha and then the offset (20 values,
+// already normalised by the processor where asked), then width and height.
+// Red and blue sit at other storage indices in each pixel order, so each
+// depth has a kernel per order; `redAt` is the storage index of red (0 in
+// RGBA, 2 in BGRA) and blue sits opposite.
 //
 // The terms reach us narrowed to single precision while the processor holds
 // doubles: weights that a float holds exactly give identical results; others
 // can differ by the narrowing (about 6e-8 of each term).
 
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-// The weighted sum is a chain of double products and sums, each rounded on
-// its own as the processor does it.
-#pragma OPENCL FP_CONTRACT OFF
+#include "prelude.inc"
 
 double blend_of(const double* c, const double* w) {
     return c[0] * w[0] + c[1] * w[1] + c[2] * w[2] + c[3] * w[3] + w[4];
 }
 
-// Alpha first, held to 0..top; each colour then to 0..alpha, where a NaN
-// falls to the alpha side (neither comparison holds). `top` is the full
-// scale: 255 for bytes, which also scales the offsets, 1 for floats.
+// On the pixel in colour order (red, green, blue, alpha). Alpha first, held
+// to 0..top; each colour then to 0..alpha, where a NaN falls to the alpha
+// side (neither comparison holds). `top` is the full scale: 255 for bytes,
+// which also scales the offsets, 1 for floats.
 void blend_pixel(const double* c, double top, const float* t, double* out) {
     double w[4][5];
     for (int g = 0; g < 4; ++g) {
@@ -48,26 +47,49 @@ void blend_pixel(const double* c, double top, const float* t, double* out) {
     {r0, r1, r2, r3, r4, g0, g1, g2, g3, g4, b0, b1, b2, b3, b4, a0, a1, a2, a3, a4}
 
 // Bytes truncate toward zero.
-__kernel void k848d3e676(__global const uchar* src, __global uchar* dst, CB_TERMS) {
+void cb_byte(__global const uchar* src, __global uchar* dst, const float* t, int width, int height, int redAt) {
     const int x = get_global_id(0);
     const int y = get_global_id(1);
     if (x >= width || y >= height) return;
     const int i = (y * width + x) * 4;
-    const float t[20] = CB_TERM_ARRAY;
-    const double c[4] = {src[i], src[i + 1], src[i + 2], src[i + 3]};
+    const int at[4] = {redAt, 1, 2 - redAt, 3};
+    double c[4];
+    for (int k = 0; k < 4; ++k) c[k] = src[i + at[k]];
     double out[4];
     blend_pixel(c, 255.0, t, out);
-    for (int k = 0; k < 4; ++k) dst[i + k] = (uchar)out[k];
+    for (int k = 0; k < 4; ++k) dst[i + at[k]] = (uchar)out[k];
+}
+
+void cb_float(__global const float* src, __global float* dst, const float* t, int width, int height, int redAt) {
+    const int x = get_global_id(0);
+    const int y = get_global_id(1);
+    if (x >= width || y >= height) return;
+    const int i = (y * width + x) * 4;
+    const int at[4] = {redAt, 1, 2 - redAt, 3};
+    double c[4];
+    for (int k = 0; k < 4; ++k) c[k] = src[i + at[k]];
+    double out[4];
+    blend_pixel(c, 1.0, t, out);
+    for (int k = 0; k < 4; ++k) dst[i + at[k]] = (float)out[k];
+}
+
+// Byte RGBA, byte BGRA, float RGBA, float BGRA.
+__kernel void k848d3e676(__global const uchar* src, __global uchar* dst, CB_TERMS) {
+    const float t[20] = CB_TERM_ARRAY;
+    cb_byte(src, dst, t, width, height, 0);
+}
+
+__kernel void k3a7c91e0d(__global const uchar* src, __global uchar* dst, CB_TERMS) {
+    const float t[20] = CB_TERM_ARRAY;
+    cb_byte(src, dst, t, width, height, 2);
 }
 
 __kernel void kd25d96974(__global const float* src, __global float* dst, CB_TERMS) {
-    const int x = get_global_id(0);
-    const int y = get_global_id(1);
-    if (x >= width || y >= height) return;
-    const int i = (y * width + x) * 4;
     const float t[20] = CB_TERM_ARRAY;
-    const double c[4] = {src[i], src[i + 1], src[i + 2], src[i + 3]};
-    double out[4];
-    blend_pixel(c, 1.0, t, out);
-    for (int k = 0; k < 4; ++k) dst[i + k] = (float)out[k];
+    cb_float(src, dst, t, width, height, 0);
+}
+
+__kernel void k6e02b5f49(__global const float* src, __global float* dst, CB_TERMS) {
+    const float t[20] = CB_TERM_ARRAY;
+    cb_float(src, dst, t, width, height, 2);
 }

@@ -4,22 +4,12 @@
 // holds them (already single precision), the range type and the luminosity
 // flag.
 //
-// The result depends on which component is which colour: the pixel's mean
-// is summed blue, green, red in float, and each slider goes to a colour.
-// So there is a kernel per storage order as well as per depth; `blue` is
-// the storage index of blue (2 in RGBA, 0 in BGRA) and red sits opposite.
+// The formula names the components blue, green, red (c0, c1, c2) and each
+// slider goes to one of them, so there is a kernel per storage order as well
+// as per depth; `blueAt` is the storage index of blue (2 in RGBA, 0 in BGRA)
+// and red sits opposite. Both orders thus give one picture.
 
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-// The weight and the shifts are double products and sums rounded one
-// operation at a time; a fused multiply-add would round them differently.
-#pragma OPENCL FP_CONTRACT OFF
-
-// The library's rounding: to nearest with ties to even by the 1.5 * 2^52
-// trick, after a bias of 1.5e-8 that sends exact halves up.
-int cb_round_biased(double v) {
-    const double t = (v + 1.5e-8) + 6755399441055744.0;
-    return (int)(uint)as_ulong(t);
-}
+#include "prelude.inc"
 
 // How strongly a pixel of mean level L takes the shifts: 2 shadows,
 // 1 midtones (grouped as 1 - 2 (2 (L - 0.5)(L - 0.5)), which decides the last
@@ -40,7 +30,6 @@ void cb_byte(__global const uchar* src, __global uchar* dst, float red, float gr
     const int y = get_global_id(1);
     if (x >= width || y >= height) return;
     const int i = (y * width + x) * 4;
-    // c0, c1, c2 are blue, green, red.
     const int at[3] = {blueAt, 1, 2 - blueAt};
     const float shift[3] = {blue, green, red};
     const int s[3] = {src[i + at[0]], src[i + at[1]], src[i + at[2]]};
@@ -50,11 +39,11 @@ void cb_byte(__global const uchar* src, __global uchar* dst, float red, float gr
     int offset[3];
     for (int c = 0; c < 3; ++c) {
         levels[c] = shift[c] * w * 255.0;
-        offset[c] = cb_round_biased(levels[c]);
+        offset[c] = qz_round_biased(levels[c]);
     }
     if (preserve) {
         int halves[3];
-        for (int c = 0; c < 3; ++c) halves[c] = cb_round_biased(levels[c] * 0.5);
+        for (int c = 0; c < 3; ++c) halves[c] = qz_round_biased(levels[c] * 0.5);
         offset[0] -= halves[1] + halves[2];
         offset[1] -= halves[0] + halves[2];
         offset[2] -= halves[0] + halves[1];
@@ -65,8 +54,8 @@ void cb_byte(__global const uchar* src, __global uchar* dst, float red, float gr
 
 // Floats: the Red slider shifts blue and the Blue slider red, as the float
 // processor does. The mean is a float sum over 3.0f; weight and shifts run
-// in double and each result is rounded once to float. No clamp, and the
-// output's alpha is not written: it stays as the host gave it.
+// in double and each result is rounded once to float. No clamp; alpha is
+// copied.
 void cb_float(__global const float* src, __global float* dst, float red, float green, float blue, int type,
               int preserve, int width, int height, int blueAt) {
     const int x = get_global_id(0);
@@ -86,6 +75,7 @@ void cb_float(__global const float* src, __global float* dst, float red, float g
         for (int c = 0; c < 3; ++c) offset[c] = kept[c];
     }
     for (int c = 0; c < 3; ++c) dst[i + at[c]] = (float)(s[c] + offset[c]);
+    dst[i + 3] = src[i + 3];
 }
 
 // Byte RGBA, byte BGRA, float RGBA, float BGRA.

@@ -12,10 +12,7 @@
 // range-tolerant pair. Only correctly rounded operations (+ - * / and trunc)
 // are used, so the results are the processor's to the bit.
 
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-// Every product and sum is rounded on its own as in the processor; a fused
-// multiply-add would change the last bits, and with them truncated bytes.
-#pragma OPENCL FP_CONTRACT OFF
+#include "prelude.inc"
 
 // A hair under 1/255: some bytes scale to just below their level and
 // truncate back one lower. The division by 6 is this multiplication.

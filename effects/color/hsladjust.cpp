@@ -4,61 +4,37 @@
 // pair, clamped to the unit ranges.
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <type_traits>
 
-#include "EffectOpenCL.h"
-#include "EffectSkeleton.h"
-#include "ImageProcessor.h"
-#include "OpenCLProcessor.h"
-#include "RawView.h"
+#include "Effect.h"
+#include "StripFilter.h"
 
 namespace {
 
-constexpr std::string_view kKernelText =
-#include "hsladjust.cl.inc"
-    ;
-
-// Shared by all instances, from the factory's load to its unload. Hue
-// depends on which component is red, so there is a kernel per depth and
-// storage order: byte RGBA, byte BGRA, float RGBA, float BGRA.
-EffectOpenCL openCL(kKernelText, kernelsByDepth({"k1293792e6", "kfcf345abd", "ke4d06c2af", "k5e1c5563a"}));
-
-const OFX::EffectDeclaration kHSLAdjust{
-    "talvo.effects:hsladjust", "TALVO HSL Adjust", "TALVO\\Color", OFX::eContextFilter, 1680, "{B432972D-E08D-11D2-BF8A-006097C9EBF7}",
+constexpr OFX::EffectDeclaration kHSLAdjust{
+    "talvo.effects:hsladjust", "TALVO HSL Adjust", "TALVO\\Color", OFX::eContextFilter, 1680,
+    "{B432972D-E08D-11D2-BF8A-006097C9EBF7}",
 };
 
-// Note: the hue slider's identifier is "Output" and its script name holds
-// blanks; saved projects and scripts know it by these.
-constexpr const char* kAddToHueParam = "Output";
-constexpr const char* kSaturationParam = "Saturation";
-constexpr const char* kLuminanceParam = "Luminance";
+// Note: the hue slider's identifier is the word Output and its script name
+// holds blanks; saved projects and scripts know it by these.
+constexpr OFX::DoubleRow kAddToHue{.name = "Output", .label = "Add to hue", .scriptName = "Add to hue"};
+constexpr OFX::DoubleRow kSaturation{
+    .name = "Saturation", .label = "Saturation", .scriptName = "saturation", .defaultValue = 1.0, .max = 2.0};
+constexpr OFX::DoubleRow kLuminance{
+    .name = "Luminance", .label = "Luminance", .scriptName = "luminance", .defaultValue = 1.0, .max = 2.0};
 
-const OFX::SliderRow kSliders[] = {
-    {kAddToHueParam, "Add to hue", "Add to hue", 0.0, 0.0, 1.0, 0.1},
-    {kSaturationParam, "Saturation", "saturation", 1.0, 0.0, 2.0, 0.1},
-    {kLuminanceParam, "Luminance", "luminance", 1.0, 0.0, 2.0, 0.1},
+constexpr OFX::ParamTable kParams{kAddToHue, kSaturation, kLuminance};
+
+struct hsladjustValues {
+    double hue;
+    double saturation;
+    double luminance;
 };
+
+using hsladjustProcessorBase = OFX::EffectProcessorBase<hsladjustValues>;
 
 double clampUnit(double v) { return std::clamp(v, 0.0, 1.0); }
-
-class hsladjustProcessorBase : public OFX::ImageProcessor {
-public:
-    using OFX::ImageProcessor::ImageProcessor;
-
-    void setSrcImg(OFX::Image* image) { srcImg = image; }
-    void setValues(double hueValue, double saturationValue, double luminanceValue) {
-        hue = hueValue;
-        saturation = saturationValue;
-        luminance = luminanceValue;
-    }
-
-protected:
-    OFX::Image* srcImg = nullptr;
-    double hue = 0.0;
-    double saturation = 1.0;
-    double luminance = 1.0;
-};
 
 // The colours go to the conversions blue first, as their records hold them,
 // whatever the storage order.
@@ -67,39 +43,35 @@ class hsladjustProcessor : public hsladjustProcessorBase {
 public:
     using hsladjustProcessorBase::hsladjustProcessorBase;
 
+    // Works in place on the output after a plain copy of the source. The
+    // byte conversion back has a two-pixel vector form on CPUs with AVX2; it
+    // gives the scalar results, so the scalar form serves all.
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
         int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, bytesPerPixel, status)) return status;
-
-        // The byte conversion back has a two-pixel vector form on CPUs with
-        // AVX2; it gives the scalar results, so the scalar form serves all.
-        const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
-        for (int y = rows.y1; y < rows.y2; ++y) {
-            if (effect.abort()) return 1;
-            auto* p = static_cast<PIX*>(dstImg->getPixelAddress(rows.x1, y));
-            for (int x = rows.x1; x < rows.x2; ++x, p += 4) {
-                if constexpr (std::is_same_v<PIX, unsigned char>) adjustByte(p);
-                else adjustFloat(p);
+        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
+        const hsladjustValues& v = values;
+        return OFX::forEachRow<PIX>(effect, dstImg, OFX::clipToImage(procWindow, dstImg), [&v](PIX* p, int n) {
+            for (; n > 0; --n, p += 4) {
+                if constexpr (std::is_same_v<PIX, unsigned char>) adjustByte(p, v);
+                else adjustFloat(p, v);
             }
-        }
-        return 0;
+        });
     }
 
 private:
     static constexpr int kBlue = isBGRA ? 0 : 2;
     static constexpr int kRed = isBGRA ? 2 : 0;
 
-    void adjustByte(unsigned char* p) const {
+    static void adjustByte(unsigned char* p, const hsladjustValues& v) {
         QZRGBA px{p[kBlue], p[1], p[kRed], p[3]};
         QZHSL hsl;
         QZRGBA_To_QZHSL(&hsl, &px);
         // Pure red reads as hue 1.0; a sum of exactly 1 stays, which
         // converts back like 0.
-        hsl.h += hue;
+        hsl.h += v.hue;
         if (hsl.h > 1.0) hsl.h -= 1.0;
-        hsl.s = clampUnit(hsl.s * saturation);
-        hsl.l = clampUnit(hsl.l * luminance);
+        hsl.s = clampUnit(hsl.s * v.saturation);
+        hsl.l = clampUnit(hsl.l * v.luminance);
         QZHSL_To_QZRGBA(&px, &hsl);
         // Note: alpha makes the round trip with the colour, so the alphas
         // that scale to just under their level (33, 132 and others) come back
@@ -110,17 +82,17 @@ private:
         p[3] = px.a;
     }
 
-    void adjustFloat(float* p) const {
+    static void adjustFloat(float* p, const hsladjustValues& v) {
         const float a = p[3];
         QZDIBPIXEL px{p[kBlue], p[1], p[kRed], a};
         QZHSL hsl;
         QZDIBPIXEL_To_QZHSL_Float(&hsl, &px);
         // The hue wraps by its integer part; saturation and lightness are
         // left unclamped so that over-range colours keep their meaning.
-        hsl.h += hue;
+        hsl.h += v.hue;
         hsl.h -= std::trunc(hsl.h);
-        hsl.s *= saturation;
-        hsl.l *= luminance;
+        hsl.s *= v.saturation;
+        hsl.l *= v.luminance;
         QZHSL_To_QZDIBPIXEL_Float(&px, &hsl);
         p[kBlue] = px.b;
         p[1] = px.g;
@@ -129,80 +101,36 @@ private:
     }
 };
 
-class hsladjustOpenCLProcessor : public OpenCLProcessor<hsladjustProcessorBase> {
-public:
-    using OpenCLProcessor::OpenCLProcessor;
+constexpr std::string_view kKernelText =
+#include "hsladjust.cl.inc"
+    ;
 
-    void process() override {
-        if (!dstImg || !srcImg) return;
-        const int index = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        const cl_float4 change{{static_cast<float>(hue), static_cast<float>(saturation),
-                                static_cast<float>(luminance), 0.0f}};
-        launchOverWindow(openCL, index, buffer(srcImg), buffer(dstImg), change, windowWidth(), windowHeight());
+struct hsladjust {
+    static constexpr const OFX::EffectDeclaration& declaration = kHSLAdjust;
+    static constexpr const auto& params = kParams;
+    using Values = hsladjustValues;
+    static Values values(OFX::ParamSet& p, const OFX::RenderArguments& args) {
+        return {kAddToHue.value(p, args.time), kSaturation.value(p, args.time), kLuminance.value(p, args.time)};
+    }
+    template <class PIX, int nComponents, int max, int isBGRA>
+    using Processor = hsladjustProcessor<PIX, nComponents, max, isBGRA>;
+
+    // Hue depends on which component is red: a kernel per depth and order.
+    static inline EffectOpenCL openCL{kKernelText,
+                                      kernelsByDepthAndOrder({"k1293792e6", "kfcf345abd", "ke4d06c2af", "k5e1c5563a"})};
+    // Source, output, the change as one vector (hue to add, saturation and
+    // lightness factors, an unused last lane), the window's size.
+    static void launch(OFX::OpenCLEffectProcessor<hsladjust>& cl, const Values& v) {
+        const cl_float4 change{{static_cast<float>(v.hue), static_cast<float>(v.saturation),
+                                static_cast<float>(v.luminance), 0.0f}};
+        cl.launch(cl.kernelIndex(), cl.src(), cl.dst(), change, cl.windowWidth(), cl.windowHeight());
     }
 };
 
-class hsladjustPlugin : public OFX::ImageEffect {
-public:
-    explicit hsladjustPlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle),
-          srcClip(fetchClip(OFX::kSourceClip)),
-          dstClip(fetchClip(OFX::kOutputClip)),
-          addToHue(fetchDoubleParam(kAddToHueParam)),
-          saturation(fetchDoubleParam(kSaturationParam)),
-          luminance(fetchDoubleParam(kLuminanceParam)) {
-        openCL.buildIfDeferred();
-    }
+using hsladjustPluginFactory = OFX::EffectFactory<hsladjust>;
+using hsladjustPlugin = OFX::EffectPlugin<hsladjust>;
+using hsladjustOpenCLProcessor = OFX::OpenCLEffectProcessor<hsladjust>;
 
-    void render(const OFX::RenderArguments& args) override {
-        if (renderOnOpenCL<hsladjustOpenCLProcessor>(*this, *dstClip, args)) return;
-        OFX::renderOnCPU<hsladjustProcessor>(*this, *dstClip, args);
-    }
-
-    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
-        OFX::setInfiniteRegion(rod);
-        return true;
-    }
-
-    void setupAndProcess(hsladjustProcessorBase& processor, const OFX::RenderArguments& args) {
-        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
-        std::unique_ptr<OFX::Image> src(srcClip->fetchImage(args.time));
-        processor.setDstImg(dst.get());
-        processor.setSrcImg(src.get());
-        processor.setRenderWindow(args.renderWindow);
-        processor.setValues(addToHue->getValueAtTime(args.time), saturation->getValueAtTime(args.time),
-                            luminance->getValueAtTime(args.time));
-        processor.process();
-    }
-
-private:
-    OFX::Clip* srcClip;
-    OFX::Clip* dstClip;
-    OFX::DoubleParam* addToHue;
-    OFX::DoubleParam* saturation;
-    OFX::DoubleParam* luminance;
-};
-
-class hsladjustPluginFactory : public OFX::PluginFactoryHelper<hsladjustPluginFactory> {
-public:
-    hsladjustPluginFactory() : OFX::PluginFactoryHelper<hsladjustPluginFactory>("talvo.effects:hsladjust", 1, 0) {}
-
-    void load() override { openCL.load(); }
-    void unload() override { openCL.unload(); }
-
-    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kHSLAdjust); }
-
-    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
-        OFX::defineEffectClips(desc, context);
-        for (const OFX::SliderRow& row : kSliders) OFX::defineSlider(desc, row);
-        OFX::finishEffectDescription(desc, kHSLAdjust);
-    }
-
-    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
-        return new hsladjustPlugin(handle);
-    }
-};
-
-const OFX::FactoryRegistration<hsladjustPluginFactory> registration;
+const OFX::EffectRegistration<hsladjust> registration;
 
 }  // namespace

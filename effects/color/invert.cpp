@@ -1,10 +1,10 @@
 // Invert: inverts the colour channels of premultiplied pixels and mixes the
 // result back with the source by the blend amount.
 #include <algorithm>
+#include <array>
 #include <type_traits>
 
 #include "Effect.h"
-#include "QzByteDivide.h"
 #include "StripFilter.h"
 
 namespace {
@@ -22,6 +22,26 @@ struct invertValues {
 
 using invertProcessorBase = OFX::EffectProcessorBase<invertValues>;
 
+// The byte inversion of colour c under alpha a, for every pair, worked out
+// once at compile time so that a pixel costs three look-ups and no branch:
+// - a = 255: the complement, 255 - c;
+// - a = 0: no colour;
+// - otherwise c is unpremultiplied, u = min(255, c * 255 / a) in integers,
+//   and the complement is premultiplied again by (255 - u) * a >> 8.
+//   Note: the shift, not a division by 255, is the defined rounding.
+constexpr std::array<std::array<unsigned char, 256>, 256> kInvertedByAlpha = [] {
+    std::array<std::array<unsigned char, 256>, 256> table{};
+    for (int a = 0; a < 256; ++a) {
+        for (int c = 0; c < 256; ++c) {
+            int v = 0;
+            if (a == 255) v = 255 - c;
+            else if (a != 0) v = ((255 - std::min(255, c * 255 / a)) * a) >> 8;
+            table[a][c] = static_cast<unsigned char>(v);
+        }
+    }
+    return table;
+}();
+
 // Each colour gets the same treatment, so the pixel order only decides which
 // storage index is which colour and both orders give one picture.
 template <class PIX, int nComponents, int max, int isBGRA>
@@ -37,11 +57,13 @@ public:
 private:
     int invertRows(const OfxRectI& rows) const {
         if constexpr (std::is_same_v<PIX, unsigned char>) {
-            unsigned char table[256];
-            for (int i = 0; i < 256; ++i) table[i] = static_cast<unsigned char>(~i);
-            const qz::ByteDivider divider;
-            return OFX::forEachRow<PIX>(effect, dstImg, rows, [&](unsigned char* p, int n) {
-                for (; n > 0; --n, p += 4) invertByte(p, table, divider);
+            return OFX::forEachRow<PIX>(effect, dstImg, rows, [](unsigned char* p, int n) {
+                for (; n > 0; --n, p += 4) {
+                    const unsigned char* inverted = kInvertedByAlpha[p[3]].data();
+                    p[0] = inverted[p[0]];
+                    p[1] = inverted[p[1]];
+                    p[2] = inverted[p[2]];
+                }
             });
         } else {
             return OFX::forEachRow<PIX>(effect, dstImg, rows, [](float* p, int n) {
@@ -50,32 +72,18 @@ private:
         }
     }
 
-    static void invertByte(unsigned char* p, const unsigned char* table, const qz::ByteDivider& divider) {
-        const int a = p[3];
-        if (a == 255) {
-            for (int c = 0; c < 3; ++c) p[c] = table[p[c]];
-        } else if (a == 0) {
-            for (int c = 0; c < 3; ++c) p[c] = 0;
-        } else {
-            for (int c = 0; c < 3; ++c) {
-                const int u = std::min<int>(255, divider.divide(p[c] * 255, a));
-                // Note: the shift, not a division by 255, is the defined
-                // rounding of the re-premultiplication.
-                p[c] = static_cast<unsigned char>((table[u] * a) >> 8);
-            }
-        }
-    }
-
+    // Written as selects rather than branches, so that the compiler can run
+    // several pixels a step; the division is then made for every pixel but
+    // only used where the alpha asks for it.
     static void invertFloat(float* p) {
         const float a = p[3];
-        if (a == 1.0f) {
-            for (int c = 0; c < 3; ++c) p[c] = 1.0f - p[c];
-            return;
-        }
+        const bool opaque = a == 1.0f;
+        // Note: the cut-off is compared in double, as it always was.
+        const bool clear = a < 1e-6;
         // No clamp: colours outside 0..1 stay outside.
         for (int c = 0; c < 3; ++c) {
-            const float u = a < 1e-6 ? 0.0f : p[c] / a;
-            p[c] = (1.0f - u) * a;
+            const float u = clear ? 0.0f : p[c] / a;
+            p[c] = opaque ? 1.0f - p[c] : (1.0f - u) * a;
         }
     }
 };

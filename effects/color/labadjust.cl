@@ -15,10 +15,7 @@
 // on PoCL), well inside 1e-6; the bytes matched on every one of the 2^24
 // opaque colours.
 
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-// Every product and sum is rounded on its own as in the processor; a fused
-// multiply-add would change the last bits, and with them truncated bytes.
-#pragma OPENCL FP_CONTRACT OFF
+#include "prelude.inc"
 
 // A hair under 1/255, as the byte conversion scales.
 #define LAB_BYTE_SCALE 0.00392156862745098

@@ -8,11 +8,7 @@
 // float's rounding, and a byte colour whose double lies that close to an
 // integer could truncate one level apart.
 
-// The measure, the curve and the matrix run in double, as the processor's.
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-// The processor multiplies and adds separately; a fused multiply-add would
-// round differently.
-#pragma OPENCL FP_CONTRACT OFF
+#include "prelude.inc"
 
 // The change of saturation at measure d: five knots, flat Hermite segments
 // between them (both tangents 0). The knot values pass through float.

@@ -5,43 +5,37 @@
 // saturation matrix.
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <type_traits>
 
-#include "EffectOpenCL.h"
-#include "EffectSkeleton.h"
-#include "ImageProcessor.h"
-#include "OpenCLProcessor.h"
-#include "RawView.h"
+#include "Effect.h"
+#include "StripFilter.h"
 
 namespace {
 
-constexpr std::string_view kKernelText =
-#include "saturationadjust.cl.inc"
-    ;
-
-// Shared by all instances, from the factory's load to its unload. The
-// program holds, for bytes and then floats, a kernel per pixel order (RGBA,
-// then BGRA).
-EffectOpenCL openCL(kKernelText, kernelsByDepth({"k4d92e6a07", "k91b05d3f8", "kc07f81e2b", "k3e6a0c59d"}));
-
-const OFX::EffectDeclaration kSaturationAdjust{
-    "talvo.effects:saturationadjust", "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600, "{1C494FD1-BE2B-48DA-9273-5A004DC57CE8}",
+constexpr OFX::EffectDeclaration kSaturationAdjust{
+    "talvo.effects:saturationadjust", "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600,
+    "{1C494FD1-BE2B-48DA-9273-5A004DC57CE8}",
 };
 
-constexpr const char* kAmountParam = "Amount";
-constexpr const char* kCenterParam = "Center";
-constexpr const char* kSpreadParam = "Spread";
-constexpr const char* kLowParam = "Low";
-constexpr const char* kHighParam = "High";
+constexpr OFX::DoubleRow kAmount{.name = "Amount", .label = "Amount", .scriptName = "amount", .min = -1.0};
+constexpr OFX::DoubleRow kCenter{.name = "Center", .label = "Center", .scriptName = "center", .defaultValue = 0.5};
+constexpr OFX::DoubleRow kSpread{
+    .name = "Spread", .label = "Spread", .scriptName = "spread", .defaultValue = 0.5, .min = 0.01};
+constexpr OFX::DoubleRow kLow{.name = "Low", .label = "Low", .scriptName = "low", .min = -1.0};
+constexpr OFX::DoubleRow kHigh{.name = "High", .label = "High", .scriptName = "high", .min = -1.0};
 
-const OFX::SliderRow kSliders[] = {
-    {kAmountParam, "Amount", "amount", 0.0, -1.0, 1.0, 0.1},
-    {kCenterParam, "Center", "center", 0.5, 0.0, 1.0, 0.1},
-    {kSpreadParam, "Spread", "spread", 0.5, 0.01, 1.0, 0.1},
-    {kLowParam, "Low", "low", 0.0, -1.0, 1.0, 0.1},
-    {kHighParam, "High", "high", 0.0, -1.0, 1.0, 0.1},
+constexpr OFX::ParamTable kParams{kAmount, kCenter, kSpread, kLow, kHigh};
+
+// In the kernel's argument order.
+struct saturationadjustValues {
+    double low;
+    double high;
+    double amount;
+    double center;
+    double spread;
 };
+
+using saturationadjustProcessorBase = OFX::EffectProcessorBase<saturationadjustValues>;
 
 // The luma weights of both the saturation measure and the matrix.
 constexpr double kRedLuma = 0.299;
@@ -65,10 +59,10 @@ struct SaturationCurve {
     double x[5];
     float y[5];  // Note: the values pass through float; part of the results.
 
-    SaturationCurve(double amount, double center, double spread, double low, double high)
-        : x{0.0, std::max(0.0, center - spread / 2), center, std::min(1.0, center + spread / 2), 1.0},
-          y{static_cast<float>(low), static_cast<float>(low), static_cast<float>(amount), static_cast<float>(high),
-            static_cast<float>(high)} {}
+    explicit SaturationCurve(const saturationadjustValues& v)
+        : x{0.0, std::max(0.0, v.center - v.spread / 2), v.center, std::min(1.0, v.center + v.spread / 2), 1.0},
+          y{static_cast<float>(v.low), static_cast<float>(v.low), static_cast<float>(v.amount),
+            static_cast<float>(v.high), static_cast<float>(v.high)} {}
 
     double valueAt(double d) const {
         int i = 1;
@@ -82,47 +76,22 @@ struct SaturationCurve {
     }
 };
 
-class saturationadjustProcessorBase : public OFX::ImageProcessor {
-public:
-    using OFX::ImageProcessor::ImageProcessor;
-
-    void setSrcImg(OFX::Image* image) { srcImg = image; }
-    void setValues(double amountValue, double centerValue, double spreadValue, double lowValue, double highValue) {
-        amount = amountValue;
-        center = centerValue;
-        spread = spreadValue;
-        low = lowValue;
-        high = highValue;
-    }
-
-protected:
-    OFX::Image* srcImg = nullptr;
-    double amount = 0.0;
-    double center = 0.5;
-    double spread = 0.5;
-    double low = 0.0;
-    double high = 0.0;
-};
-
+// The luma weights go to the storage index of the colour they name, so both
+// pixel orders give one picture.
 template <class PIX, int nComponents, int max, int isBGRA>
 class saturationadjustProcessor : public saturationadjustProcessorBase {
 public:
     using saturationadjustProcessorBase::saturationadjustProcessorBase;
 
+    // Works in place on the output after a plain copy of the source.
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
         int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, bytesPerPixel, status)) return status;
-
-        const SaturationCurve curve(amount, center, spread, low, high);
+        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
+        const SaturationCurve curve(values);
         const double scale = kIsByte ? byteSaturationScale() : floatSaturationScale();
-        const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
-        for (int y = rows.y1; y < rows.y2; ++y) {
-            if (effect.abort()) return 1;
-            auto* p = static_cast<PIX*>(dstImg->getPixelAddress(rows.x1, y));
-            for (int x = rows.x1; x < rows.x2; ++x, p += 4) adjust(p, curve, scale);
-        }
-        return 0;
+        return OFX::forEachRow<PIX>(effect, dstImg, OFX::clipToImage(procWindow, dstImg), [&](PIX* p, int n) {
+            for (; n > 0; --n, p += 4) adjust(p, curve, scale);
+        });
     }
 
 private:
@@ -161,88 +130,35 @@ private:
     }
 };
 
-// The luma weights tell red from blue: the render's pixel order picks the
-// kernel.
-class saturationadjustOpenCLProcessor : public OpenCLProcessor<saturationadjustProcessorBase> {
-public:
-    using OpenCLProcessor::OpenCLProcessor;
+constexpr std::string_view kKernelText =
+#include "saturationadjust.cl.inc"
+    ;
 
-    void process() override {
-        if (!dstImg || !srcImg) return;
-        const int form = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        launchOverWindow(openCL, form, buffer(srcImg), buffer(dstImg), static_cast<float>(low),
-                         static_cast<float>(high), static_cast<float>(amount), static_cast<float>(center),
-                         static_cast<float>(spread), windowWidth(), windowHeight());
+struct saturationadjust {
+    static constexpr const OFX::EffectDeclaration& declaration = kSaturationAdjust;
+    static constexpr const auto& params = kParams;
+    using Values = saturationadjustValues;
+    static Values values(OFX::ParamSet& p, const OFX::RenderArguments& args) {
+        return {kLow.value(p, args.time), kHigh.value(p, args.time), kAmount.value(p, args.time),
+                kCenter.value(p, args.time), kSpread.value(p, args.time)};
+    }
+    template <class PIX, int nComponents, int max, int isBGRA>
+    using Processor = saturationadjustProcessor<PIX, nComponents, max, isBGRA>;
+
+    // The luma weights tell red from blue: a kernel per depth and order.
+    static inline EffectOpenCL openCL{kKernelText,
+                                      kernelsByDepthAndOrder({"k4d92e6a07", "k91b05d3f8", "kc07f81e2b", "k3e6a0c59d"})};
+    // Source, output, Low, High, Amount, Center and Spread as floats, the
+    // window's size.
+    static void launch(OFX::OpenCLEffectProcessor<saturationadjust>& cl, const Values& v) {
+        cl.launch(cl.kernelIndex(), cl.src(), cl.dst(), v, cl.windowWidth(), cl.windowHeight());
     }
 };
 
-class saturationadjustPlugin : public OFX::ImageEffect {
-public:
-    explicit saturationadjustPlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle),
-          srcClip(fetchClip(OFX::kSourceClip)),
-          dstClip(fetchClip(OFX::kOutputClip)),
-          amount(fetchDoubleParam(kAmountParam)),
-          center(fetchDoubleParam(kCenterParam)),
-          spread(fetchDoubleParam(kSpreadParam)),
-          low(fetchDoubleParam(kLowParam)),
-          high(fetchDoubleParam(kHighParam)) {
-        openCL.buildIfDeferred();
-    }
+using saturationadjustPluginFactory = OFX::EffectFactory<saturationadjust>;
+using saturationadjustPlugin = OFX::EffectPlugin<saturationadjust>;
+using saturationadjustOpenCLProcessor = OFX::OpenCLEffectProcessor<saturationadjust>;
 
-    void render(const OFX::RenderArguments& args) override {
-        if (renderOnOpenCL<saturationadjustOpenCLProcessor>(*this, *dstClip, args)) return;
-        OFX::renderOnCPU<saturationadjustProcessor>(*this, *dstClip, args);
-    }
-
-    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
-        OFX::setInfiniteRegion(rod);
-        return true;
-    }
-
-    void setupAndProcess(saturationadjustProcessorBase& processor, const OFX::RenderArguments& args) {
-        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
-        std::unique_ptr<OFX::Image> src(srcClip->fetchImage(args.time));
-        processor.setDstImg(dst.get());
-        processor.setSrcImg(src.get());
-        processor.setRenderWindow(args.renderWindow);
-        processor.setValues(amount->getValueAtTime(args.time), center->getValueAtTime(args.time),
-                            spread->getValueAtTime(args.time), low->getValueAtTime(args.time),
-                            high->getValueAtTime(args.time));
-        processor.process();
-    }
-
-private:
-    OFX::Clip* srcClip;
-    OFX::Clip* dstClip;
-    OFX::DoubleParam* amount;
-    OFX::DoubleParam* center;
-    OFX::DoubleParam* spread;
-    OFX::DoubleParam* low;
-    OFX::DoubleParam* high;
-};
-
-class saturationadjustPluginFactory : public OFX::PluginFactoryHelper<saturationadjustPluginFactory> {
-public:
-    saturationadjustPluginFactory()
-        : OFX::PluginFactoryHelper<saturationadjustPluginFactory>("talvo.effects:saturationadjust", 1, 0) {}
-
-    void load() override { openCL.load(); }
-    void unload() override { openCL.unload(); }
-
-    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSaturationAdjust); }
-
-    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
-        OFX::defineEffectClips(desc, context);
-        for (const OFX::SliderRow& row : kSliders) OFX::defineSlider(desc, row);
-        OFX::finishEffectDescription(desc, kSaturationAdjust);
-    }
-
-    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
-        return new saturationadjustPlugin(handle);
-    }
-};
-
-const OFX::FactoryRegistration<saturationadjustPluginFactory> registration;
+const OFX::EffectRegistration<saturationadjust> registration;
 
 }  // namespace

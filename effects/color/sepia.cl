@@ -14,11 +14,7 @@
 // zone's mix where the processor takes the full grey. The float results hold
 // to far below 1e-6.
 
-// The grey, the factors and the mixes run in double, as the processor's.
-#pragma OPENCL EXTENSION cl_khr_fp64 : enable
-// The processor multiplies and adds separately; a fused multiply-add would
-// round differently.
-#pragma OPENCL FP_CONTRACT OFF
+#include "prelude.inc"
 
 // The processor's zone edges are the doubles nearest 1/3 and 2/3, with an
 // edge itself in the lower zone. The kernel sees the strength as a float:
@@ -41,12 +37,6 @@ double sepia_clamp_unit(double v) {
     return v > 0.0 ? (v < 1.0 ? v : 1.0) : 0.0;
 }
 
-// Truncation toward zero; outside the 32-bit range the processor's
-// conversion gives 0x80000000.
-int sepia_trunc(double v) {
-    return (v > -2147483649.0 && v < 2147483648.0) ? (int)v : INT_MIN;
-}
-
 // `blue` and `red` are the storage indices of those colours. Bytes work on
 // the premultiplied values as stored, then the colours are held to alpha.
 void sepia_byte(__global const uchar* src, __global uchar* dst, int i, int blue, int red, float4 color, float strength,
@@ -57,27 +47,26 @@ void sepia_byte(__global const uchar* src, __global uchar* dst, int i, int blue,
     const int a = src[i + 3];
     const int g = (src[i] + src[i + 1] + src[i + 2]) / 3;
     int tint[3];
-    tint[blue] = sepia_trunc((double)color.z * 255.0) & 0xFF;
-    tint[1] = sepia_trunc((double)color.y * 255.0) & 0xFF;
-    tint[red] = sepia_trunc((double)color.x * 255.0) & 0xFF;
+    tint[blue] = qz_trunc_d((double)color.z * 255.0) & 0xFF;
+    tint[1] = qz_trunc_d((double)color.y * 255.0) & 0xFF;
+    tint[red] = qz_trunc_d((double)color.x * 255.0) & 0xFF;
     // The mix weight of 256, and the tint weight of this grey level: where
     // the falloff acts. In the middle zone the level's low byte is taken
     // unclamped; it stays within 0..0.5 there.
-    const int mix = zone == SEPIA_DESATURATE_ONLY ? sepia_trunc(q * 255.0) : sepia_trunc(sepia_clamp_unit(q) * 255.0);
+    const int mix = zone == SEPIA_DESATURATE_ONLY ? qz_trunc_d(q * 255.0) : qz_trunc_d(sepia_clamp_unit(q) * 255.0);
     const int base =
-        zone == SEPIA_PARTIAL_GREY ? sepia_trunc(r * 255.0) & 0xFF : sepia_trunc(sepia_clamp_unit(r) * 255.0);
+        zone == SEPIA_PARTIAL_GREY ? qz_trunc_d(r * 255.0) & 0xFF : qz_trunc_d(sepia_clamp_unit(r) * 255.0);
     const double level = (double)base - (double)g * (double)falloff;
     const int weight = (int)(uchar)(level < 0.0 ? 0.0 : (255.0 < level ? 255.0 : level));
     for (int c = 0; c < 3; ++c) {
         const int v = src[i + c];
         int out;
         if (zone == SEPIA_DESATURATE_ONLY) {
-            out = (g - v) * mix / 256 + v;
+            out = qz_mix_byte(v, g, mix);
         } else if (zone == SEPIA_PARTIAL_GREY) {
-            const int partial = (g - v) * mix / 256 + v;
-            out = (tint[c] - partial) * weight / 256 + partial;
+            out = qz_mix_byte(qz_mix_byte(v, g, mix), tint[c], weight);
         } else {
-            out = (tint[c] - g) * weight / 256 + g;
+            out = qz_mix_byte(g, tint[c], weight);
         }
         const uchar o = (uchar)out;
         dst[i + c] = o > a ? (uchar)a : o;

@@ -4,35 +4,44 @@
 // and starts to tint, above 2/3 it tints the full grey. The falloff lowers
 // the tint on bright pixels.
 #include <algorithm>
+#include <array>
 #include <cstdint>
-#include <memory>
 #include <type_traits>
 
-#include "EffectOpenCL.h"
-#include "EffectSkeleton.h"
-#include "ImageProcessor.h"
-#include "OpenCLProcessor.h"
+#include "Effect.h"
 #include "QzRound.h"
-#include "RawView.h"
+#include "StripFilter.h"
 
 namespace {
 
-constexpr std::string_view kKernelText =
-#include "sepia.cl.inc"
-    ;
-
-// Shared by all instances, from the factory's load to its unload. The
-// program holds, for bytes and then floats, a kernel per pixel order (RGBA,
-// then BGRA).
-EffectOpenCL openCL(kKernelText, kernelsByDepth({"k58d1e0c7a", "ka2f7c3916", "k0e4b9d28f", "k6b3a5f01c"}));
-
-const OFX::EffectDeclaration kSepia{
-    "talvo.effects:sepia", "TALVO Sepia", "TALVO\\Color", OFX::eContextFilter, 1740, "{7F21572F-453A-11D3-80A7-00C04F60C0FA}",
+constexpr OFX::EffectDeclaration kSepia{
+    "talvo.effects:sepia", "TALVO Sepia", "TALVO\\Color", OFX::eContextFilter, 1740,
+    "{7F21572F-453A-11D3-80A7-00C04F60C0FA}",
 };
 
-constexpr const char* kColorParam = "Color";
-constexpr const char* kStrengthParam = "BlendingStrength";
-constexpr const char* kFalloffParam = "BlendingFalloff";
+constexpr OFX::RGBRow kColor{
+    .name = "Color",
+    .label = "Color",
+    .scriptName = "color",
+    // The classic sepia yellow: 166, 166, 0 in bytes.
+    .defaultValue = {166.0 / 255.0, 166.0 / 255.0, 0.0},
+};
+// Strength 0 leaves the image as it is: a fresh Sepia does nothing until the
+// user raises it.
+constexpr OFX::DoubleRow kStrength{
+    .name = "BlendingStrength", .label = "Blending strength", .scriptName = "blendingstrength"};
+constexpr OFX::DoubleRow kFalloff{
+    .name = "BlendingFalloff", .label = "Blending falloff", .scriptName = "blendingfalloff"};
+
+constexpr OFX::ParamTable kParams{kColor, kStrength, kFalloff};
+
+struct sepiaValues {
+    std::array<double, 3> color;  // red, green, blue
+    double strength;
+    double falloff;
+};
+
+using sepiaProcessorBase = OFX::EffectProcessorBase<sepiaValues>;
 
 // The zone edges are these two doubles, and a strength equal to an edge
 // still belongs to the lower zone: exactly 2/3 desaturates by a factor just
@@ -51,28 +60,8 @@ Zone zoneOf(double strength) {
     return Zone::FullGreyAndTint;
 }
 
-class sepiaProcessorBase : public OFX::ImageProcessor {
-public:
-    using OFX::ImageProcessor::ImageProcessor;
-
-    void setSrcImg(OFX::Image* image) { srcImg = image; }
-    void setValues(double red, double green, double blue, double strengthValue, double falloffValue) {
-        colorRed = red;
-        colorGreen = green;
-        colorBlue = blue;
-        strength = strengthValue;
-        falloff = falloffValue;
-    }
-
-protected:
-    OFX::Image* srcImg = nullptr;
-    double colorRed = 0.0;
-    double colorGreen = 0.0;
-    double colorBlue = 0.0;
-    double strength = 0.0;
-    double falloff = 0.0;
-};
-
+// The tint goes to the storage index of the colour it names, and the float
+// grey is summed blue first, so both pixel orders give one picture.
 template <class PIX, int nComponents, int max, int isBGRA>
 class sepiaProcessor : public sepiaProcessorBase {
 public:
@@ -82,19 +71,25 @@ public:
     int multiThreadProcessImages(OfxRectI procWindow) override {
         int status = 0;
         if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, kBytesPerPixel, status)) return status;
-
         const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
-        const OFX::RawView dst = OFX::rawView(dstImg);
-        const RECT window = OFX::toRECT(procWindow);
-        switch (zoneOf(strength)) {
-        case Zone::DesaturateOnly: return sepiaRows<Zone::DesaturateOnly>(rows, dst, window);
-        case Zone::PartialGreyAndTint: return sepiaRows<Zone::PartialGreyAndTint>(rows, dst, window);
-        case Zone::FullGreyAndTint: return sepiaRows<Zone::FullGreyAndTint>(rows, dst, window);
+        switch (zoneOf(values.strength)) {
+        case Zone::DesaturateOnly: status = sepiaRows<Zone::DesaturateOnly>(rows); break;
+        case Zone::PartialGreyAndTint: status = sepiaRows<Zone::PartialGreyAndTint>(rows); break;
+        case Zone::FullGreyAndTint: status = sepiaRows<Zone::FullGreyAndTint>(rows); break;
+        }
+        if (status != 0) return status;
+        if constexpr (kIsByte) {
+            // The byte sums work on premultiplied values without looking at
+            // alpha, so the tint can leave a colour above its alpha.
+            const OFX::RawView dst = OFX::rawView(dstImg);
+            const RECT window = OFX::toRECT(procWindow);
+            return QzDibPatchPreMultiplied(dst.base, &dst.bounds, dst.stride, &window, kBytesPerPixel);
         }
         return 0;
     }
 
 private:
+    static constexpr bool kIsByte = std::is_same_v<PIX, unsigned char>;
     static constexpr int32_t kBytesPerPixel = sizeof(PIX) * 4;
     static constexpr int kBlue = isBGRA ? 0 : 2;
     static constexpr int kRed = isBGRA ? 2 : 0;
@@ -110,33 +105,25 @@ private:
     };
 
     Factors factors() const {
-        Factors k{strength * 1.5, (strength - kDesaturateOnlyEdge) * 1.5, falloff, {}};
-        k.tint[kBlue] = colorBlue;
-        k.tint[1] = colorGreen;
-        k.tint[kRed] = colorRed;
+        Factors k{values.strength * 1.5, (values.strength - kDesaturateOnlyEdge) * 1.5, values.falloff, {}};
+        k.tint[kRed] = values.color[0];
+        k.tint[1] = values.color[1];
+        k.tint[kBlue] = values.color[2];
         return k;
     }
 
     template <Zone zone>
-    int sepiaRows(const OfxRectI& rows, const OFX::RawView& dst, const RECT& window) {
+    int sepiaRows(const OfxRectI& rows) const {
         const Factors k = factors();
-        if constexpr (std::is_same_v<PIX, unsigned char>) {
+        if constexpr (kIsByte) {
             const ByteFactors b = byteFactors<zone>(k);
-            for (int y = rows.y1; y < rows.y2; ++y) {
-                if (effect.abort()) return 1;
-                auto* p = static_cast<unsigned char*>(dstImg->getPixelAddress(rows.x1, y));
-                for (int x = rows.x1; x < rows.x2; ++x, p += 4) sepiaByte<zone>(p, b);
-            }
-            // The byte sums work on premultiplied values without looking at
-            // alpha, so the tint can leave a colour above its alpha.
-            return QzDibPatchPreMultiplied(dst.base, &dst.bounds, dst.stride, &window, kBytesPerPixel);
+            return OFX::forEachRow<PIX>(effect, dstImg, rows, [&b](unsigned char* p, int n) {
+                for (; n > 0; --n, p += 4) sepiaByte<zone>(p, b);
+            });
         } else {
-            for (int y = rows.y1; y < rows.y2; ++y) {
-                if (effect.abort()) return 1;
-                auto* p = static_cast<float*>(dstImg->getPixelAddress(rows.x1, y));
-                for (int x = rows.x1; x < rows.x2; ++x, p += 4) sepiaFloat<zone>(p, k);
-            }
-            return 0;
+            return OFX::forEachRow<PIX>(effect, dstImg, rows, [&k](float* p, int n) {
+                for (; n > 0; --n, p += 4) sepiaFloat<zone>(p, k);
+            });
         }
     }
 
@@ -172,14 +159,13 @@ private:
     static void sepiaByte(unsigned char* p, const ByteFactors& b) {
         const int g = (p[0] + p[1] + p[2]) / 3;
         for (int c = 0; c < 3; ++c) {
-            const int v = p[c];
             if constexpr (zone == Zone::DesaturateOnly) {
-                p[c] = static_cast<unsigned char>((g - v) * b.mix / 256 + v);
+                p[c] = qz::mix256(p[c], g, b.mix);
             } else if constexpr (zone == Zone::PartialGreyAndTint) {
-                const int partial = (g - v) * b.mix / 256 + v;
-                p[c] = static_cast<unsigned char>((b.tint[c] - partial) * b.tintWeight[g] / 256 + partial);
+                const int partial = qz::mix256(p[c], g, b.mix);
+                p[c] = qz::mix256(partial, b.tint[c], b.tintWeight[g]);
             } else {
-                p[c] = static_cast<unsigned char>((b.tint[c] - g) * b.tintWeight[g] / 256 + g);
+                p[c] = qz::mix256(g, b.tint[c], b.tintWeight[g]);
             }
         }
     }
@@ -218,94 +204,38 @@ private:
     }
 };
 
-// The tint goes to the colour components by the pixel order, and the float
-// grey is summed blue first: the render's pixel order picks the kernel. The
-// colour goes over as red, green, blue, with an unused last lane.
-class sepiaOpenCLProcessor : public OpenCLProcessor<sepiaProcessorBase> {
-public:
-    using OpenCLProcessor::OpenCLProcessor;
+constexpr std::string_view kKernelText =
+#include "sepia.cl.inc"
+    ;
 
-    void process() override {
-        if (!dstImg || !srcImg) return;
-        const int form = (floatOutput() ? 2 : 0) + (bgra ? 1 : 0);
-        const cl_float4 color = {
-            {static_cast<float>(colorRed), static_cast<float>(colorGreen), static_cast<float>(colorBlue), 0.0f}};
-        launchOverWindow(openCL, form, buffer(srcImg), buffer(dstImg), color, static_cast<float>(strength),
-                         static_cast<float>(falloff), windowWidth(), windowHeight());
+struct sepia {
+    static constexpr const OFX::EffectDeclaration& declaration = kSepia;
+    static constexpr const auto& params = kParams;
+    using Values = sepiaValues;
+    static Values values(OFX::ParamSet& p, const OFX::RenderArguments& args) {
+        return {kColor.value(p, args.time), kStrength.value(p, args.time), kFalloff.value(p, args.time)};
+    }
+    template <class PIX, int nComponents, int max, int isBGRA>
+    using Processor = sepiaProcessor<PIX, nComponents, max, isBGRA>;
+
+    // The tint goes to the colour components by the pixel order, and the
+    // float grey is summed blue first: a kernel per depth and order.
+    static inline EffectOpenCL openCL{kKernelText,
+                                      kernelsByDepthAndOrder({"k58d1e0c7a", "ka2f7c3916", "k0e4b9d28f", "k6b3a5f01c"})};
+    // Source, output, the colour as red, green, blue with an unused last
+    // lane, the strength and the falloff as floats, the window's size.
+    static void launch(OFX::OpenCLEffectProcessor<sepia>& cl, const Values& v) {
+        const cl_float4 color{{static_cast<float>(v.color[0]), static_cast<float>(v.color[1]),
+                               static_cast<float>(v.color[2]), 0.0f}};
+        cl.launch(cl.kernelIndex(), cl.src(), cl.dst(), color, v.strength, v.falloff, cl.windowWidth(),
+                  cl.windowHeight());
     }
 };
 
-class sepiaPlugin : public OFX::ImageEffect {
-public:
-    explicit sepiaPlugin(OfxImageEffectHandle handle)
-        : OFX::ImageEffect(handle),
-          srcClip(fetchClip(OFX::kSourceClip)),
-          dstClip(fetchClip(OFX::kOutputClip)),
-          color(fetchRGBParam(kColorParam)),
-          strength(fetchDoubleParam(kStrengthParam)),
-          falloff(fetchDoubleParam(kFalloffParam)) {
-        openCL.buildIfDeferred();
-    }
+using sepiaPluginFactory = OFX::EffectFactory<sepia>;
+using sepiaPlugin = OFX::EffectPlugin<sepia>;
+using sepiaOpenCLProcessor = OFX::OpenCLEffectProcessor<sepia>;
 
-    void render(const OFX::RenderArguments& args) override {
-        if (renderOnOpenCL<sepiaOpenCLProcessor>(*this, *dstClip, args)) return;
-        OFX::renderOnCPU<sepiaProcessor>(*this, *dstClip, args);
-    }
-
-    bool getRegionOfDefinition(const OFX::RegionOfDefinitionArguments&, OfxRectD& rod) override {
-        OFX::setInfiniteRegion(rod);
-        return true;
-    }
-
-    void setupAndProcess(sepiaProcessorBase& processor, const OFX::RenderArguments& args) {
-        std::unique_ptr<OFX::Image> dst(dstClip->fetchImage(args.time));
-        std::unique_ptr<OFX::Image> src(srcClip->fetchImage(args.time));
-        processor.setDstImg(dst.get());
-        processor.setSrcImg(src.get());
-        processor.setRenderWindow(args.renderWindow);
-        double red = 0.0, green = 0.0, blue = 0.0;
-        color->getValueAtTime(args.time, red, green, blue);
-        processor.setValues(red, green, blue, strength->getValueAtTime(args.time), falloff->getValueAtTime(args.time));
-        processor.process();
-    }
-
-private:
-    OFX::Clip* srcClip;
-    OFX::Clip* dstClip;
-    OFX::RGBParam* color;
-    OFX::DoubleParam* strength;
-    OFX::DoubleParam* falloff;
-};
-
-class sepiaPluginFactory : public OFX::PluginFactoryHelper<sepiaPluginFactory> {
-public:
-    sepiaPluginFactory() : OFX::PluginFactoryHelper<sepiaPluginFactory>("talvo.effects:sepia", 1, 0) {}
-
-    void load() override { openCL.load(); }
-    void unload() override { openCL.unload(); }
-
-    void describe(OFX::ImageEffectDescriptor& desc) override { OFX::describeEffect(desc, kSepia); }
-
-    void describeInContext(OFX::ImageEffectDescriptor& desc, OFX::ContextEnum context) override {
-        OFX::defineEffectClips(desc, context);
-        OFX::RGBParamDescriptor* colorParam = desc.defineRGBParam(kColorParam);
-        colorParam->setLabels("Color", "Color", "Color");
-        colorParam->setScriptName("color");
-        // The classic sepia yellow: 166, 166, 0 in bytes.
-        colorParam->setDefault(166.0 / 255.0, 166.0 / 255.0, 0.0);
-        colorParam->setAnimates(true);
-        // Strength 0 leaves the image as it is: a fresh Sepia does nothing
-        // until the user raises it.
-        OFX::defineSlider(desc, {kStrengthParam, "Blending strength", "blendingstrength", 0.0, 0.0, 1.0, 0.1});
-        OFX::defineSlider(desc, {kFalloffParam, "Blending falloff", "blendingfalloff", 0.0, 0.0, 1.0, 0.1});
-        OFX::finishEffectDescription(desc, kSepia);
-    }
-
-    OFX::ImageEffect* createInstance(OfxImageEffectHandle handle, OFX::ContextEnum) override {
-        return new sepiaPlugin(handle);
-    }
-};
-
-const OFX::FactoryRegistration<sepiaPluginFactory> registration;
+const OFX::EffectRegistration<sepia> registration;
 
 }  // namespace

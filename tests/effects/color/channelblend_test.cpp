@@ -45,35 +45,63 @@ TEST_F(ChannelBlendTest, DescribesItsDeclarationAndParameters) {
             const std::string label =
                 t == 4 ? "Offset" : std::string(colours[t]) + (g == 0 ? " channel weighting" : " Channel Weighting");
             const std::string name = std::string(groups[g]) + " weight " + terms[t];
-            rows.push_back({name, label, name, "Double", t == g ? "1" : "0", {-255, 255}, {-10, 10}, {}, group, {}});
+            rows.push_back({name, label, name, "Double", t == g ? "1" : "0", {-255, 255}, {-10, 10}, 1.0, group, {}});
         }
     }
     expectParamTable(*plugin, "filter", rows);
 }
 
-// The group named red reads and writes the first component in memory: red
-// on RGBA, blue on BGRA. Offsets are in full-scale units; colour is held to
-// the alpha.
-TEST_F(ChannelBlendTest, GroupsGoByMemoryPosition) {
-    const Values values{{"RED weight R", "0"}, {"RED weight B", "5"}, {"GREEN weight Offset", "0.1"}};
-    const std::vector<Rgba> bytes{{10, 20, 30, 255}, {10, 20, 30, 100}};
-    // Green: 20 + 25.5, truncated.
-    auto out = render(bytes, Depth::Byte, PixelOrder::RGBA, values);
-    EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{150, 45, 30, 255}));
-    EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{100, 45, 30, 100}));
-    out = render(bytes, Depth::Byte, PixelOrder::BGRA, values);
-    EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{10, 45, 50, 255}));
-    EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{10, 45, 50, 100}));
+// The output is claimed unbounded, as by the other filters; the host crops it.
+TEST_F(ChannelBlendTest, RegionOfDefinitionIsUnbounded) {
+    auto inst = filterOn(*plugin, rowImage({{10, 20, 30, 255}}, Depth::Byte));
+    OfxRectD rod{};
+    ASSERT_EQ(inst->regionOfDefinition(0.0, 1.0, rod), kOfxStatOK);
+    EXPECT_EQ(rod.x1, -2147483648.0);
+    EXPECT_EQ(rod.y1, -2147483648.0);
+    EXPECT_EQ(rod.x2, 2147483647.0);
+    EXPECT_EQ(rod.y2, 2147483647.0);
+}
 
-    // Alpha first: 1.5 a, held to 1; then colour to 0..alpha.
-    const Values floatValues{{"ALPHA weight A", "1.5"}, {"RED weight R", "4"}, {"GREEN weight Offset", "-1"}};
-    const std::vector<Rgba> floats{{0.25f, 0.5f, 0.125f, 0.5f}, {0.25f, 0.5f, 0.125f, 1.0f}};
-    out = render(floats, Depth::Float, PixelOrder::RGBA, floatValues);
-    EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0.75f, 0, 0.125f, 0.75f}));
-    EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{1.0f, 0, 0.125f, 1.0f}));
-    out = render(floats, Depth::Float, PixelOrder::BGRA, floatValues);
-    EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0.25f, 0, 0.5f, 0.75f}));
-    EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{0.25f, 0, 0.5f, 1.0f}));
+// The group named after a colour writes that colour and each weight reads
+// the colour in its name, in both pixel orders. Offsets are in full-scale
+// units; colour is held to the alpha. The floats are exact bytes (64, 128,
+// 255 once converted).
+TEST_F(ChannelBlendTest, GroupsAndWeightsActOnTheColoursTheyName) {
+    auto inst = filterOn(*plugin, rowImage({{0.25f, 0.5f, 1.0f, 1.0f}, {0.25f, 0.5f, 0.5f, 0.5f}}, Depth::Float));
+    // Red from half the green, green lifted by a quarter, blue from red and
+    // half the blue.
+    inst->setValueText("RED weight R", "0");
+    inst->setValueText("RED weight G", "0.5");
+    inst->setValueText("GREEN weight Offset", "0.25");
+    inst->setValueText("BLUE weight R", "1");
+    inst->setValueText("BLUE weight B", "0.5");
+    // Bytes: green 128 + 63.75 and blue 64 + 127.5 truncate to 191; below
+    // full alpha green is held to 128.
+    expectFourVariants(*inst, {rowImage({{64, 191, 191, 255}, {64, 128, 128, 128}}, Depth::Byte),
+                               rowImage({{0.25f, 0.75f, 0.75f, 1.0f}, {0.25f, 0.5f, 0.5f, 0.5f}}, Depth::Float)});
+}
+
+TEST_F(ChannelBlendTest, BytesTruncateAndHoldColourToAlpha) {
+    const Values values{{"RED weight R", "0"}, {"RED weight B", "5"}, {"GREEN weight Offset", "0.1"}};
+    for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+        SCOPED_TRACE(order == PixelOrder::RGBA ? "RGBA" : "BGRA");
+        // Red: 5 * 30, to the alpha; green: 20 + 25.5, truncated.
+        const auto out = render({{10, 20, 30, 255}, {10, 20, 30, 100}}, Depth::Byte, order, values);
+        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{150, 45, 30, 255}));
+        EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{100, 45, 30, 100}));
+    }
+}
+
+// Alpha first: 1.5 a, held to 1; then colour to 0..alpha.
+TEST_F(ChannelBlendTest, AlphaIsComputedFirstAndHeldToOne) {
+    const Values values{{"ALPHA weight A", "1.5"}, {"RED weight R", "4"}, {"GREEN weight Offset", "-1"}};
+    for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+        SCOPED_TRACE(order == PixelOrder::RGBA ? "RGBA" : "BGRA");
+        const auto out =
+            render({{0.25f, 0.5f, 0.125f, 0.5f}, {0.25f, 0.5f, 0.125f, 1.0f}}, Depth::Float, order, values);
+        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0.75f, 0, 0.125f, 0.75f}));
+        EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{1.0f, 0, 0.125f, 1.0f}));
+    }
 }
 
 // A group summing above 0 is divided by its sum; one summing below stays
@@ -84,7 +112,7 @@ TEST_F(ChannelBlendTest, NormalizeOnlyGroupsWithAPositiveSum) {
                         {"GREEN weight A", "-1"},     {"GREEN weight Offset", "-1"}};
     const std::vector<Rgba> in{{10, 20, 30, 255}};
     EXPECT_EQ(pixelAt(render(in, Depth::Byte, PixelOrder::RGBA, values), 0, 0), (Rgba{15, 0, 30, 255}));
-    EXPECT_EQ(pixelAt(render(in, Depth::Byte, PixelOrder::BGRA, values), 0, 0), (Rgba{10, 0, 25, 255}));
+    EXPECT_EQ(pixelAt(render(in, Depth::Byte, PixelOrder::BGRA, values), 0, 0), (Rgba{15, 0, 30, 255}));
 }
 
 TEST_F(ChannelBlendTest, AlphaGroupAtZeroClearsTheFrame) {
@@ -96,6 +124,20 @@ TEST_F(ChannelBlendTest, AlphaGroupAtZeroClearsTheFrame) {
         for (int y = 0; y < out.height(); ++y)
             for (int x = 0; x < out.width(); ++x)
                 ASSERT_EQ(pixelAt(out, x, y), (Rgba{0, 0, 0, 0})) << variantName(variant) << " " << x << "," << y;
+    }
+}
+
+TEST_F(ChannelBlendTest, DrawsOnePictureInBothOrders) {
+    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(23, 11, Depth::Float, PixelOrder::RGBA, 7));
+    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "defaults");
+    const Values settings[] = {
+        {{"RED weight G", "0.5"}, {"RED weight B", "-0.3"}, {"BLUE weight R", "0.7"}, {"GREEN weight A", "0.2"},
+         {"BLUE weight Offset", "0.1"}},
+        {{"Normalize", "true"}, {"ALPHA weight R", "0.4"}, {"RED weight Offset", "-0.05"}},
+    };
+    for (const Values& values : settings) {
+        for (const auto& [name, text] : values) inst->setValueText(name, text);
+        for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "blended");
     }
 }
 

@@ -52,20 +52,41 @@ TEST_F(ColorBalanceTest, DescribesItsDeclarationAndParameters) {
                      });
 }
 
-// Red moves red on bytes, but blue on floats; both orders agree in colour.
-TEST_F(ColorBalanceTest, RedMovesRedOnBytesAndBlueOnFloats) {
+// Bytes give each slider its own colour, floats give Red to blue (and Blue
+// to red) as on blue-first memory, where the formula is written; each
+// slider moves the same colour in both pixel orders. The row's floats are
+// exact bytes (64, 128, 191 once converted).
+TEST_F(ColorBalanceTest, EachSliderMovesOneColourInEveryVariant) {
+    auto inst = filterOn(*plugin, rowImage({{0.25f, 0.5f, 0.75f, 1.0f}}, Depth::Float));
+    inst->setValueText("Red", "0.5");
+    inst->setValueText("PreserveLuminosity", "false");
+    // Bytes: mean 383 / 3 = 127, midtone weight 1 - 4 (127 / 255 - 0.5)^2
+    // = 0.99998462, shift 127.498 -> 127 on red. Floats: mean 0.5 exactly,
+    // weight 1, blue takes 0.5. Neither clamps, nor looks at alpha.
+    expectFourVariants(*inst, {rowImage({{191, 128, 191, 255}}, Depth::Byte),
+                               rowImage({{0.25f, 0.5f, 1.25f, 1.0f}}, Depth::Float)});
+    inst->setValueText("Red", "0");
+    inst->setValueText("Blue", "-0.5");
+    expectFourVariants(*inst, {rowImage({{64, 128, 64, 255}}, Depth::Byte),
+                               rowImage({{-0.25f, 0.5f, 0.75f, 1.0f}}, Depth::Float)});
+}
+
+// Bytes copy the source pixel, floats leave alpha out of the formula: both
+// take the source's alpha, whatever the host's output held.
+TEST_F(ColorBalanceTest, AlphaIsTheSources) {
+    const Values red{{"Red", "0.5"}, {"PreserveLuminosity", "false"}};
     for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
         SCOPED_TRACE(order == PixelOrder::RGBA ? "RGBA" : "BGRA");
-        const Values red{{"Red", "0.5"}, {"PreserveLuminosity", "false"}};
-        // Mean 130 / 255: midtone weight 0.99961553..., shift 127.45 -> 127.
-        // No clamp to alpha, and the source's alpha.
+        // Mean 130 / 255: shift 127.45 -> 127. No clamp to alpha.
         auto out = render({{100, 130, 160, 255}, {100, 130, 160, 120}}, Depth::Byte, order, red);
         EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{227, 130, 160, 255}));
         EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{227, 130, 160, 120}));
 
-        // Mean 0.5: weight 1. The output's alpha stays as the host gave it.
-        out = render({{0.25f, 0.5f, 0.75f, 1.0f}}, Depth::Float, order, red, 0.25f);
-        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0.25f, 0.5f, 1.25f, 0.25f}));
+        out = render({{0.25f, 0.5f, 0.75f, 1.0f}, {0.25f, 0.5f, 0.75f, 0.5f}, {0.25f, 0.5f, 0.75f, 2.0f}},
+                     Depth::Float, order, red, 0.25f);
+        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0.25f, 0.5f, 1.25f, 1.0f}));
+        EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{0.25f, 0.5f, 1.25f, 0.5f}));
+        EXPECT_EQ(pixelAt(out, 2, 0), (Rgba{0.25f, 0.5f, 1.25f, 2.0f}));
     }
 }
 
@@ -86,7 +107,20 @@ TEST_F(ColorBalanceTest, PreservedLuminosityAndByteRounding) {
 
         // Floats, unclamped: blue takes 0.5 - 0.125, red loses 0.25 + 0.125.
         out = render({{0.25f, 0.5f, 0.75f, 1.0f}}, Depth::Float, order, {{"Red", "0.5"}, {"Green", "0.25"}});
-        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{-0.125f, 0.5f, 1.125f, 0.0f}));
+        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{-0.125f, 0.5f, 1.125f, 1.0f}));
+    }
+}
+
+TEST_F(ColorBalanceTest, DrawsOnePictureInBothOrders) {
+    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(23, 11, Depth::Float, PixelOrder::RGBA, 7));
+    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "defaults");
+    const Values settings[] = {
+        {{"Red", "0.3"}, {"Green", "-0.15"}, {"Blue", "0.45"}, {"Type", "2"}},
+        {{"Red", "-0.5"}, {"Green", "0.2"}, {"Blue", "0.1"}, {"Type", "0"}, {"PreserveLuminosity", "false"}},
+    };
+    for (const Values& values : settings) {
+        for (const auto& [name, text] : values) inst->setValueText(name, text);
+        for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "balanced");
     }
 }
 

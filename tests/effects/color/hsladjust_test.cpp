@@ -82,4 +82,26 @@ TEST_F(HSLAdjustTest, FloatPixelsWrapTheHueAndKeepAlpha) {
     }
 }
 
+// Pure red turned half way is cyan in every variant: red is found where the
+// pixel order puts it. In float its hue is 6 * (1/6 in double), a tie that
+// rounds to exactly 1; with a half added it wraps to 0.5, which lands on the
+// start of the cyan sextant with no rise: 0, 1, 1 exactly.
+TEST_F(HSLAdjustTest, HalfTurnOfRedIsCyanInEveryVariant) {
+    auto inst = filterOn(*plugin, rowImage({{1.0f, 0.0f, 0.0f, 1.0f}}, Depth::Float));
+    inst->setValueText("Output", "0.5");
+    expectFourVariants(*inst, {rowImage({{0, 255, 255, 255}}, Depth::Byte),
+                               rowImage({{0.0f, 1.0f, 1.0f, 1.0f}}, Depth::Float)});
+}
+
+TEST_F(HSLAdjustTest, BothPixelOrdersGiveOnePicture) {
+    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11));
+    for (const Settings& settings :
+         {Settings{}, Settings{{"Output", "0.3"}, {"Saturation", "1.4"}, {"Luminance", "0.8"}}}) {
+        for (const auto& [name, value] : settings) inst->setValueText(name, value);
+        const std::string what = settings.empty() ? "defaults" : "turned, saturated and darkened";
+        expectOnePicture(*inst, Depth::Byte, what);
+        expectOnePicture(*inst, Depth::Float, what);
+    }
+}
+
 }  // namespace

@@ -89,50 +89,6 @@ void finishEffectDescription(ImageEffectDescriptor& desc, const EffectDeclaratio
     if (decl.upliftGUID) desc.setUpliftGUID(decl.upliftGUID);
 }
 
-DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row) {
-    DoubleParamDescriptor* param = desc.defineDoubleParam(row.name);
-    param->setLabels(row.label, row.label, row.label);
-    param->setScriptName(row.scriptName);
-    param->setDefault(row.defaultValue);
-    param->setRange(row.min, row.max);
-    param->setIncrement(row.increment);
-    const bool ownDisplay = row.displayMin != 0.0 || row.displayMax != 0.0;
-    param->setDisplayRange(ownDisplay ? row.displayMin : row.min, ownDisplay ? row.displayMax : row.max);
-    param->setAnimates(true);
-    return param;
-}
-
-DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row,
-                                    const GroupParamDescriptor& group) {
-    DoubleParamDescriptor* param = defineSlider(desc, row);
-    param->setParent(group);
-    return param;
-}
-
-GroupParamDescriptor* defineGroup(ImageEffectDescriptor& desc, const char* name, const char* label) {
-    GroupParamDescriptor* group = desc.defineGroupParam(name);
-    group->setLabels(label, label, label);
-    return group;
-}
-
-RGBAParamDescriptor* defineColor(ImageEffectDescriptor& desc, const char* name, const char* label,
-                                 const char* scriptName, double grey) {
-    RGBAParamDescriptor* param = desc.defineRGBAParam(name);
-    param->setLabels(label, label, label);
-    param->setScriptName(scriptName);
-    param->setDefault(grey, grey, grey, 1.0);
-    param->setAnimates(true);
-    return param;
-}
-
-DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc) {
-    DoubleParamDescriptor* param =
-        defineSlider(desc, {kBlendAmountParam, "Blend amount", "blendamount", 1.0, 0.0, 1.0, 0.1});
-    param->setDigits(3);
-    param->setDoubleType(eDoubleTypeScale);
-    return param;
-}
-
 namespace {
 
 bool readOneDouble(const KeyframeUpliftArguments& args, int index, double& value) {

@@ -1,5 +1,5 @@
 // The pieces every effect is assembled from: the common description, the
-// standard clips, the blend parameter, and the one render dispatch that
+// standard clips, the uplift of older keys, and the one render dispatch that
 // picks a processor template from the output clip's depth and pixel order.
 #pragma once
 
@@ -13,7 +13,6 @@ inline constexpr const char* kSourceFromClip = "SourceFrom";
 inline constexpr const char* kSourceToClip = "SourceTo";
 inline constexpr const char* kOutputClip = "Output";
 inline constexpr const char* kControlsPage = "Controls";
-inline constexpr const char* kBlendAmountParam = "BlendAmount";
 
 // The hosts an effect offers itself to: the oldest major version accepted
 // of each host identifier, 0 where that host is refused. `logged` writes
@@ -61,30 +60,6 @@ void defineGeneratorOutput(ImageEffectDescriptor& desc);
 // The "Controls" page with every parameter defined so far on it, then the
 // uplift GUID: the last steps of every describeInContext.
 void finishEffectDescription(ImageEffectDescriptor& desc, const EffectDeclaration& decl);
-
-// One double slider of an effect's panel, animated; the label serves all
-// three label lengths. A display range left at 0 to 0 is the range itself.
-struct SliderRow {
-    const char* name;
-    const char* label;
-    const char* scriptName;
-    double defaultValue, min, max, increment;
-    double displayMin = 0.0, displayMax = 0.0;
-};
-DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row);
-// The same, inside a group of the panel.
-DoubleParamDescriptor* defineSlider(ImageEffectDescriptor& desc, const SliderRow& row,
-                                    const GroupParamDescriptor& group);
-
-// A group of the panel; the label serves all three label lengths.
-GroupParamDescriptor* defineGroup(ImageEffectDescriptor& desc, const char* name, const char* label);
-
-// An animated RGBA colour, opaque grey `grey` by default.
-RGBAParamDescriptor* defineColor(ImageEffectDescriptor& desc, const char* name, const char* label,
-                                 const char* scriptName, double grey);
-
-// The mix of an effect's result with its source: 1 is the full effect.
-DoubleParamDescriptor* defineBlendAmount(ImageEffectDescriptor& desc);
 
 // Takes over the keys of an older form that held one double per key (an
 // 8-byte record): a single key at time 0, or keys that all agree, become a

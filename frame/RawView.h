@@ -45,23 +45,6 @@ inline bool hasPixels(const Image* image, int bytesPerPixel) {
     return image && image->getPixelData() && image->getPixelBytes() == bytesPerPixel;
 }
 
-// The first step of a filter that works in place on its output: the source
-// copied over the window. False when there is nothing to work on, with the
-// processor's result in `status`: 0 for images without pixels of the size,
-// the copy's negative status for a failed copy.
-inline bool copySourceToOutput(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel,
-                               int& status) {
-    status = 0;
-    if (!hasPixels(dst, bytesPerPixel) || !hasPixels(src, bytesPerPixel)) return false;
-    const RawView d = rawView(dst);
-    const RawView s = rawView(src);
-    const RECT r = toRECT(window);
-    const HRESULT copied = QzDibCopyUnscaled(d.base, &d.bounds, d.stride, &r, s.base, &s.bounds, s.stride, &r,
-                                             bytesPerPixel);
-    status = copied < 0 ? copied : 0;
-    return copied >= 0;
-}
-
 // The part of a window that lies inside an image's bounds; empty for none.
 inline OfxRectI clipToImage(const OfxRectI& window, const Image* image) {
     if (!image || !image->getPixelData()) return OfxRectI{0, 0, 0, 0};

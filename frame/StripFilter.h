@@ -1,9 +1,9 @@
 // The shape of the filters that copy their source to the output, change the
-// copy in place and mix the source back by a weight (1 - BlendAmount): the
-// three steps run strip by strip, a few rows at a time, so that each strip
+// copy in place and, for some, mix the source back by a weight
+// (1 - BlendAmount): the steps run strip by strip, a few rows at a time, so that each strip
 // is copied, changed and mixed while it is still in the processor's cache,
 // instead of three passes over the whole band through memory. The result is
-// the same as three whole passes, to the bit: each step is a row-wise
+// the same as whole passes, to the bit: each step is a row-wise
 // operation of the pixel core on the same rows.
 #pragma once
 
@@ -25,18 +25,13 @@ inline bool windowInside(const OfxRectI& window, const Image* image) {
     return b.x1 <= window.x1 && b.y1 <= window.y1 && window.x2 <= b.x2 && window.y2 <= b.y2;
 }
 
-// Copies `src` over `window` of `dst`, runs `transform(rows)` on the copied
-// rows and mixes the source back with `sourceWeight` (the blend primitive's
-// alpha: 0 keeps the transformed pixels). `transform` answers 1 when it
-// stopped for the host's abort, and the strip goes unmixed. The result is the
-// processor's: 0, 1 for an abort, or a primitive's negative status.
-//
-// Images that do not both cover the window take the three steps over the
-// whole window instead, so that the pixel core's clipping of a partial
-// overlap applies exactly as it does to one call.
-template <class Transform>
-int copyTransformBlend(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel,
-                       double sourceWeight, Transform&& transform) {
+namespace detail {
+
+// The strip loop of the two shapes below; `blend(rows)` is the last step of
+// each strip.
+template <class Transform, class Blend>
+int inStrips(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel,
+             Transform&& transform, Blend&& blend) {
     if (!hasPixels(dst, bytesPerPixel) || !hasPixels(src, bytesPerPixel)) return 0;
     const RawView d = rawView(dst);
     const RawView s = rawView(src);
@@ -46,21 +41,49 @@ int copyTransformBlend(const Image* dst, const Image* src, const OfxRectI& windo
             QzDibCopyUnscaled(d.base, &d.bounds, d.stride, &r, s.base, &s.bounds, s.stride, &r, bytesPerPixel);
         if (copied < 0) return copied;
         if (const int stopped = transform(transformed)) return stopped;
-        return QzDibAbsoluteAlphaValueBlend(d.base, &d.bounds, d.stride, &r, s.base, &s.bounds, s.stride, &r,
-                                            bytesPerPixel, sourceWeight);
+        return blend(d, s, r);
     };
     const int width = window.x2 - window.x1;
     if (width <= 0 || window.y2 <= window.y1 || !windowInside(window, dst) || !windowInside(window, src))
         return pass(window, clipToImage(window, dst));
 
     const int stripRows = std::max(1, kStripBytes / (width * bytesPerPixel));
-    int status = 0;
     for (int y = window.y1; y < window.y2; y += stripRows) {
         const OfxRectI strip{window.x1, y, window.x2, std::min(y + stripRows, window.y2)};
-        status = pass(strip, strip);
-        if (status != 0) return status;
+        if (const int status = pass(strip, strip)) return status;
     }
-    return status;
+    return 0;
+}
+
+}  // namespace detail
+
+// Copies `src` over `window` of `dst` and runs `transform(rows)` on the
+// copied rows, which it changes in place; it answers 1 when it stopped for
+// the host's abort. The result is the processor's: 0, 1 for an abort, or
+// the copy's negative status.
+//
+// Images that do not both cover the window take the steps over the whole
+// window instead, so that the pixel core's clipping of a partial overlap
+// applies exactly as it does to one call.
+template <class Transform>
+int copyTransform(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel,
+                  Transform&& transform) {
+    return detail::inStrips(dst, src, window, bytesPerPixel, transform,
+                            [](const RawView&, const RawView&, const RECT&) { return 0; });
+}
+
+// The same, then mixes the source back with `sourceWeight` (the blend
+// primitive's alpha: 0 keeps the transformed pixels); a strip whose
+// transform stopped for an abort goes unmixed.
+template <class Transform>
+int copyTransformBlend(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel,
+                       double sourceWeight, Transform&& transform) {
+    return detail::inStrips(dst, src, window, bytesPerPixel, transform,
+                            [&](const RawView& d, const RawView& s, const RECT& r) -> int {
+                                return QzDibAbsoluteAlphaValueBlend(d.base, &d.bounds, d.stride, &r, s.base,
+                                                                    &s.bounds, s.stride, &r, bytesPerPixel,
+                                                                    sourceWeight);
+                            });
 }
 
 // Calls `row(pixels, count)` on each row of `rows` of `image`, first asking

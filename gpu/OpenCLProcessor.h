@@ -126,15 +126,3 @@ protected:
     cl_command_queue clQueue;
     bool bgra = false;
 };
-
-// The render's OpenCL path of an effect not yet assembled by the frame: when
-// the host asks for it, runs the plug-in's setupAndProcess with its OpenCL
-// processor and answers true; otherwise answers false.
-template <class Processor, class Plugin>
-bool renderOnOpenCL(Plugin& plugin, const OFX::Clip& dstClip, const OFX::RenderArguments& args) {
-    if (!args.openCLEnabled) return false;
-    Processor processor(plugin, args.openCLContext, args.openCLQueue);
-    processor.setPixelOrderBGRA(dstClip.getPixelOrder() == 1);
-    plugin.setupAndProcess(processor, args);
-    return true;
-}

@@ -45,21 +45,20 @@ public:
     using blackandwhiteProcessorBase::blackandwhiteProcessorBase;
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
-        if (values.blend <= kCopyOnlyBlend) return 0;
-        const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
-        if constexpr (std::is_same_v<PIX, unsigned char>) {
-            const int k = byteKeepWeight(values.blend);
-            return OFX::forEachRow<PIX>(effect, dstImg, rows, [k](unsigned char* p, int n) {
-                for (; n > 0; --n, p += 4) greyByte(p, k);
-            });
-        } else {
-            const double keep = 1.0 - values.blend;
-            return OFX::forEachRow<PIX>(effect, dstImg, rows, [keep](float* p, int n) {
-                for (; n > 0; --n, p += 4) greyFloat(p, keep);
-            });
-        }
+        return OFX::copyTransform(dstImg, srcImg, procWindow, sizeof(PIX) * 4, [this](const OfxRectI& rows) {
+            if (values.blend <= kCopyOnlyBlend) return 0;
+            if constexpr (std::is_same_v<PIX, unsigned char>) {
+                const int k = byteKeepWeight(values.blend);
+                return OFX::forEachRow<PIX>(effect, dstImg, rows, [k](unsigned char* p, int n) {
+                    for (; n > 0; --n, p += 4) greyByte(p, k);
+                });
+            } else {
+                const double keep = 1.0 - values.blend;
+                return OFX::forEachRow<PIX>(effect, dstImg, rows, [keep](float* p, int n) {
+                    for (; n > 0; --n, p += 4) greyFloat(p, keep);
+                });
+            }
+        });
     }
 
 private:

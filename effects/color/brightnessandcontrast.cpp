@@ -131,10 +131,13 @@ public:
     using brightnessandcontrastProcessorBase::brightnessandcontrastProcessorBase;
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
+        return OFX::copyTransform(dstImg, srcImg, procWindow, sizeof(PIX) * 4,
+                                  [this](const OfxRectI& rows) { return adjustRows(rows); });
+    }
+
+private:
+    int adjustRows(const OfxRectI& rows) {
         if (values.steps == 0) return 0;
-        const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
         const float b = values.brightness;
         const float p = values.contrastCenter;
         if constexpr (std::is_same_v<PIX, unsigned char>) {
@@ -153,7 +156,6 @@ public:
         }
     }
 
-private:
     // Both steps in one table of the 256 levels, built afresh by every
     // band; the colour is then held to alpha so that it stays premultiplied.
     int adjustBytes(const OfxRectI& rows, float b, float p, float k) const {

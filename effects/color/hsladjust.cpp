@@ -12,7 +12,11 @@
 namespace {
 
 constexpr OFX::EffectDeclaration kHSLAdjust{
-    "talvo.effects:hsladjust", "TALVO HSL Adjust", "TALVO\\Color", OFX::eContextFilter, 1680,
+    "talvo.effects:hsladjust",
+    "TALVO HSL Adjust",
+    "TALVO\\Color",
+    OFX::eContextFilter,
+    1680,
     "{B432972D-E08D-11D2-BF8A-006097C9EBF7}",
 };
 
@@ -47,14 +51,16 @@ public:
     // byte conversion back has a two-pixel vector form on CPUs with AVX2; it
     // gives the scalar results, so the scalar form serves all.
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
         const hsladjustValues& v = values;
-        return OFX::forEachRow<PIX>(effect, dstImg, OFX::clipToImage(procWindow, dstImg), [&v](PIX* p, int n) {
-            for (; n > 0; --n, p += 4) {
-                if constexpr (std::is_same_v<PIX, unsigned char>) adjustByte(p, v);
-                else adjustFloat(p, v);
-            }
+        return OFX::copyTransform(dstImg, srcImg, procWindow, sizeof(PIX) * 4, [&](const OfxRectI& rows) {
+            return OFX::forEachRow<PIX>(effect, dstImg, rows, [&v](PIX* p, int n) {
+                for (; n > 0; --n, p += 4) {
+                    if constexpr (std::is_same_v<PIX, unsigned char>)
+                        adjustByte(p, v);
+                    else
+                        adjustFloat(p, v);
+                }
+            });
         });
     }
 
@@ -121,8 +127,8 @@ struct hsladjust {
     // Source, output, the change as one vector (hue to add, saturation and
     // lightness factors, an unused last lane), the window's size.
     static void launch(OFX::OpenCLEffectProcessor<hsladjust>& cl, const Values& v) {
-        const cl_float4 change{{static_cast<float>(v.hue), static_cast<float>(v.saturation),
-                                static_cast<float>(v.luminance), 0.0f}};
+        const cl_float4 change{
+            {static_cast<float>(v.hue), static_cast<float>(v.saturation), static_cast<float>(v.luminance), 0.0f}};
         cl.launch(cl.kernelIndex(), cl.src(), cl.dst(), change, cl.windowWidth(), cl.windowHeight());
     }
 };

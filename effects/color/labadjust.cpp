@@ -63,14 +63,16 @@ public:
 
     // Works in place on the output after a plain copy of the source.
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
         const labadjustValues& change = values;
-        return OFX::forEachRow<PIX>(effect, dstImg, OFX::clipToImage(procWindow, dstImg), [&change](PIX* p, int n) {
-            for (; n > 0; --n, p += 4) {
-                if constexpr (std::is_same_v<PIX, unsigned char>) adjustByte(p, change);
-                else adjustFloat(p, change);
-            }
+        return OFX::copyTransform(dstImg, srcImg, procWindow, sizeof(PIX) * 4, [&](const OfxRectI& rows) {
+            return OFX::forEachRow<PIX>(effect, dstImg, rows, [&change](PIX* p, int n) {
+                for (; n > 0; --n, p += 4) {
+                    if constexpr (std::is_same_v<PIX, unsigned char>)
+                        adjustByte(p, change);
+                    else
+                        adjustFloat(p, change);
+                }
+            });
         });
     }
 

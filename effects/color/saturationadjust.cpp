@@ -13,7 +13,7 @@
 namespace {
 
 constexpr OFX::EffectDeclaration kSaturationAdjust{
-    "talvo.effects:saturationadjust", "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600,
+    "talvo.effects:saturationadjust",         "TALVO Saturation Adjust", "TALVO\\Color", OFX::eContextFilter, 1600,
     "{1C494FD1-BE2B-48DA-9273-5A004DC57CE8}",
 };
 
@@ -85,12 +85,12 @@ public:
 
     // Works in place on the output after a plain copy of the source.
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, sizeof(PIX) * 4, status)) return status;
         const SaturationCurve curve(values);
         const double scale = kIsByte ? byteSaturationScale() : floatSaturationScale();
-        return OFX::forEachRow<PIX>(effect, dstImg, OFX::clipToImage(procWindow, dstImg), [&](PIX* p, int n) {
-            for (; n > 0; --n, p += 4) adjust(p, curve, scale);
+        return OFX::copyTransform(dstImg, srcImg, procWindow, sizeof(PIX) * 4, [&](const OfxRectI& rows) {
+            return OFX::forEachRow<PIX>(effect, dstImg, rows, [&](PIX* p, int n) {
+                for (; n > 0; --n, p += 4) adjust(p, curve, scale);
+            });
         });
     }
 

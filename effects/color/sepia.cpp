@@ -69,9 +69,13 @@ public:
 
     // Works in place on the output after a plain copy of the source.
     int multiThreadProcessImages(OfxRectI procWindow) override {
+        return OFX::copyTransform(dstImg, srcImg, procWindow, kBytesPerPixel,
+                                  [this](const OfxRectI& rows) { return sepiaStrip(rows); });
+    }
+
+private:
+    int sepiaStrip(const OfxRectI& rows) {
         int status = 0;
-        if (!OFX::copySourceToOutput(dstImg, srcImg, procWindow, kBytesPerPixel, status)) return status;
-        const OfxRectI rows = OFX::clipToImage(procWindow, dstImg);
         switch (zoneOf(values.strength)) {
         case Zone::DesaturateOnly: status = sepiaRows<Zone::DesaturateOnly>(rows); break;
         case Zone::PartialGreyAndTint: status = sepiaRows<Zone::PartialGreyAndTint>(rows); break;
@@ -82,13 +86,12 @@ public:
             // The byte sums work on premultiplied values without looking at
             // alpha, so the tint can leave a colour above its alpha.
             const OFX::RawView dst = OFX::rawView(dstImg);
-            const RECT window = OFX::toRECT(procWindow);
+            const RECT window = OFX::toRECT(rows);
             return QzDibPatchPreMultiplied(dst.base, &dst.bounds, dst.stride, &window, kBytesPerPixel);
         }
         return 0;
     }
 
-private:
     static constexpr bool kIsByte = std::is_same_v<PIX, unsigned char>;
     static constexpr int32_t kBytesPerPixel = sizeof(PIX) * 4;
     static constexpr int kBlue = isBGRA ? 0 : 2;

@@ -18,7 +18,8 @@ function(ondu1_add_ofx_bundle target name bundle_dir)
     LINK_DEPENDS ${PROJECT_SOURCE_DIR}/effects/exports.map)
   # Without GNU unique symbols (template statics) a host's dlclose really
   # unloads the module, and a reload starts from a clean state.
-  target_compile_options(${target} PRIVATE -fno-gnu-unique)
+  # The effects' pixel loops, like the toolkit's, are built with -O3.
+  target_compile_options(${target} PRIVATE -fno-gnu-unique $<$<CONFIG:Release,RelWithDebInfo>:-O3>)
   target_link_options(${target} PRIVATE
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/effects/exports.map
     -Wl,--no-undefined)

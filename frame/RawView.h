@@ -11,15 +11,11 @@
 
 #include "Image.h"
 #include "QzDib.h"
+#include "QzRawView.h"
 
 namespace OFX {
 
-struct RawView {
-    void* base = nullptr;
-    RECT bounds{0, 0, 0, 0};
-    int32_t stride = 0;
-    int32_t bytesPerPixel = 0;
-};
+using RawView = qz::RawView;
 
 inline RECT toRECT(const OfxRectI& r) { return RECT{r.x1, r.y1, r.x2, r.y2}; }
 

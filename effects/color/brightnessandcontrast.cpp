@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Effect.h"
-#include "ImageStatistics.h"
+#include "QzLumaStatistics.h"
 #include "RawView.h"
 #include "StripFilter.h"
 
@@ -223,7 +223,7 @@ Correction correctionFor(float low, float high, float targetLow, float targetHig
 // A frame's measured levels, at its time.
 struct FrameLevels {
     double time;
-    OFX::LevelRange levels;
+    qz::LevelRange levels;
 };
 
 // Keeps the host's progress bar open for one scope.
@@ -316,8 +316,8 @@ private:
                 std::unique_ptr<OFX::Image> src(srcClip->fetchImage(t));
                 if (!src) break;
                 const OFX::RawView view = OFX::rawView(src.get());
-                const std::optional<OFX::LevelRange> levels =
-                    plainExtremes ? OFX::lumaExtremes(view, bgra) : OFX::lumaPercentiles(view, bgra, tail);
+                const std::optional<qz::LevelRange> levels =
+                    plainExtremes ? qz::lumaExtremes(view, bgra) : qz::lumaPercentiles(view, bgra, tail);
                 if (levels) measured.push_back({t, *levels});
                 if (!progressUpdate((t - frames.min + 1.0) / count)) break;
             }

@@ -13,7 +13,7 @@
 // keep their exact luma for the extremes and are sorted into 4096 levels for
 // the histogram, values outside 0..1 going to the end bins.
 //
-// The functions read an image through its raw view (RawView.h): 4 bytes per
+// The functions read an image through its raw view (QzRawView.h): 4 bytes per
 // pixel are bytes, 16 floats; any other size counts nothing.
 #pragma once
 
@@ -21,9 +21,9 @@
 #include <optional>
 #include <vector>
 
-#include "RawView.h"
+#include "QzRawView.h"
 
-namespace OFX {
+namespace qz {
 
 inline constexpr int kByteLevels = 256;
 inline constexpr int kFloatLevels = 4096;
@@ -74,4 +74,4 @@ std::optional<LevelRange> lumaExtremes(const RawView& view, bool bgra);
 // each end, from the histogram; nothing when no pixel shows.
 std::optional<LevelRange> lumaPercentiles(const RawView& view, bool bgra, double tail);
 
-}  // namespace OFX
+}  // namespace qz

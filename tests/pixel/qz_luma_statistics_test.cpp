@@ -4,15 +4,15 @@
 #include <cstdint>
 #include <vector>
 
-#include "ImageStatistics.h"
+#include "QzLumaStatistics.h"
 
 namespace {
 
 // One row of RGBA pixels as the raw view of an image.
 template <class T>
-OFX::RawView rowView(std::vector<T>& pixels) {
+qz::RawView rowView(std::vector<T>& pixels) {
     const int width = static_cast<int>(pixels.size() / 4);
-    OFX::RawView view;
+    qz::RawView view;
     view.base = pixels.data();
     view.bounds = RECT{0, 0, width, 1};
     view.bytesPerPixel = static_cast<int32_t>(4 * sizeof(T));
@@ -21,7 +21,7 @@ OFX::RawView rowView(std::vector<T>& pixels) {
 }
 
 TEST(LevelHistogram, TailsCountFromEachEndAndNeverCross) {
-    OFX::LevelHistogram histogram(256);
+    qz::LevelHistogram histogram(256);
     EXPECT_FALSE(histogram.lowLevel(0.0).has_value());
     for (int bin : {10, 20, 20, 30, 250}) histogram.addBin(bin);
     EXPECT_EQ(histogram.lowLevel(0.0), 10 / 255.0f);
@@ -34,7 +34,7 @@ TEST(LevelHistogram, TailsCountFromEachEndAndNeverCross) {
     EXPECT_EQ(histogram.highLevel(0.5), 20 / 255.0f);
 
     // Levels round to the nearest bin; outside 0..1 and NaN go to the ends.
-    OFX::LevelHistogram levels(4096);
+    qz::LevelHistogram levels(4096);
     for (float level : {-1.0f, NAN, 2.0f, 0.25f}) levels.addLevel(level);
     EXPECT_EQ(levels.count(0), 2u);
     EXPECT_EQ(levels.count(4095), 1u);
@@ -48,24 +48,24 @@ TEST(LumaStatistics, BytesUnpremultiplyInTheirOrderAndSkipTransparentPixels) {
         255, 255, 255, 0,    // shows nothing
         0,   200, 0,   255,  // green: 117 in both orders
     };
-    const OFX::RawView view = rowView(pixels);
-    const OFX::LevelHistogram histogram = OFX::lumaHistogram(view, false);
+    const qz::RawView view = rowView(pixels);
+    const qz::LevelHistogram histogram = qz::lumaHistogram(view, false);
     EXPECT_EQ(histogram.total(), 3u);
     EXPECT_EQ(histogram.count(60), 1u);
     EXPECT_EQ(histogram.count(199), 1u);
     EXPECT_EQ(histogram.count(117), 1u);
 
-    const auto rgba = OFX::lumaExtremes(view, false);
+    const auto rgba = qz::lumaExtremes(view, false);
     ASSERT_TRUE(rgba.has_value());
     EXPECT_EQ(rgba->low, 60 / 255.0f);
     EXPECT_EQ(rgba->high, 199 / 255.0f);
-    const auto bgra = OFX::lumaPercentiles(view, true, 0.0);
+    const auto bgra = qz::lumaPercentiles(view, true, 0.0);
     ASSERT_TRUE(bgra.has_value());
     EXPECT_EQ(bgra->low, 23 / 255.0f);
     EXPECT_EQ(bgra->high, 199 / 255.0f);
 
     std::vector<uint8_t> clear{9, 9, 9, 0};
-    EXPECT_FALSE(OFX::lumaExtremes(rowView(clear), false).has_value());
+    EXPECT_FALSE(qz::lumaExtremes(rowView(clear), false).has_value());
 }
 
 TEST(LumaStatistics, FloatsKeepExactExtremesAndClampInTheHistogram) {
@@ -75,22 +75,22 @@ TEST(LumaStatistics, FloatsKeepExactExtremesAndClampInTheHistogram) {
         0.25f, 0.25f, 0.25f, 2.0f,   // alpha above 1: the colour as it is
         9.0f,  9.0f,  9.0f,  1e-6f,  // no alpha: not counted
     };
-    const OFX::RawView view = rowView(pixels);
-    const auto extremes = OFX::lumaExtremes(view, false);
+    const qz::RawView view = rowView(pixels);
+    const auto extremes = qz::lumaExtremes(view, false);
     ASSERT_TRUE(extremes.has_value());
     EXPECT_FLOAT_EQ(extremes->low, 0.25f);
     EXPECT_FLOAT_EQ(extremes->high, 2.0f);
     // In the histogram 0.25 is bin round(0.25 * 4095) = 1024, and 2 the top.
-    const auto percentiles = OFX::lumaPercentiles(view, false, 0.0);
+    const auto percentiles = qz::lumaPercentiles(view, false, 0.0);
     ASSERT_TRUE(percentiles.has_value());
     EXPECT_EQ(percentiles->low, 1024 / 4095.0f);
     EXPECT_EQ(percentiles->high, 1.0f);
 
     // A view of another pixel size counts nothing.
-    OFX::RawView other = view;
+    qz::RawView other = view;
     other.bytesPerPixel = 8;
-    EXPECT_FALSE(OFX::lumaExtremes(other, false).has_value());
-    EXPECT_EQ(OFX::lumaHistogram(other, false).total(), 0u);
+    EXPECT_FALSE(qz::lumaExtremes(other, false).has_value());
+    EXPECT_EQ(qz::lumaHistogram(other, false).total(), 0u);
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
-#include "ImageStatistics.h"
+#include "QzLumaStatistics.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "QzByteDivide.h"
 
-namespace OFX {
+namespace qz {
 
 void LevelHistogram::addLevel(float level) {
     const float top = static_cast<float>(counts_.size() - 1);
@@ -132,4 +132,4 @@ std::optional<LevelRange> lumaPercentiles(const RawView& view, bool bgra, double
     return LevelRange{*low, *high};
 }
 
-}  // namespace OFX
+}  // namespace qz

@@ -5,11 +5,14 @@ namespace OFX {
 namespace {
 
 // The steps every row takes: its labels, its script name where it has one,
-// and its group.
+// and its group. A row that leaves its label or script name out takes its
+// identifier; an empty script name writes none.
 void nameAndPlace(ParamDescriptor& param, ParamSetDescriptor& desc, const char* label, const char* scriptName,
                   const GroupRow* group) {
-    param.setLabels(label, label, label);
-    if (scriptName) param.setScriptName(scriptName);
+    const char* shown = label ? label : param.getName().c_str();
+    param.setLabels(shown, shown, shown);
+    const char* script = scriptName ? scriptName : param.getName().c_str();
+    if (*script) param.setScriptName(script);
     if (group) param.setParent(*static_cast<GroupParamDescriptor*>(desc.getParamDescriptor(group->name)));
 }
 
@@ -17,13 +20,14 @@ void nameAndPlace(ParamDescriptor& param, ParamSetDescriptor& desc, const char* 
 
 void GroupRow::define(ParamSetDescriptor& desc) const {
     GroupParamDescriptor* param = desc.defineGroupParam(name);
-    nameAndPlace(*param, desc, label, nullptr, group);
+    nameAndPlace(*param, desc, label, "", group);
     if (!open) param->setOpen(false);
 }
 void GroupRow::fetch(ParamSet& params) const { params.fetchGroupParam(name); }
 
 void PageRow::define(ParamSetDescriptor& desc) const {
-    desc.definePageParam(name)->setLabels(label, label, label);
+    const char* shown = label ? label : name;
+    desc.definePageParam(name)->setLabels(shown, shown, shown);
 }
 void PageRow::fetch(ParamSet& params) const { params.fetchPageParam(name); }
 

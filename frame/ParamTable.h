@@ -5,8 +5,11 @@
 // reads its value on a live instance at a time; the effect's table lists its
 // rows in panel order, so that the frame can define and fetch them all.
 //
-// One label serves the three label lengths. Rows nest in groups by pointing
-// at the group's row, which stands earlier in the table.
+// One label serves the three label lengths. A row that leaves out its label
+// or its script name takes its identifier for it, so that an identifier is
+// written once even where the panel shows it as it is; an empty script name
+// writes none. Rows nest in groups by pointing at the group's row, which
+// stands earlier in the table.
 #pragma once
 
 #include <array>
@@ -22,7 +25,7 @@ class ImageEffectDescriptor;
 
 struct GroupRow {
     const char* name;
-    const char* label;
+    const char* label = nullptr;
     const GroupRow* group = nullptr;
     bool open = true;
 
@@ -33,7 +36,7 @@ struct GroupRow {
 // A page of the panel beside "Controls", which the frame makes itself.
 struct PageRow {
     const char* name;
-    const char* label;
+    const char* label = nullptr;
 
     void define(ParamSetDescriptor& desc) const;
     void fetch(ParamSet& params) const;
@@ -41,8 +44,8 @@ struct PageRow {
 
 struct DoubleRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     double defaultValue = 0.0;
     double min = 0.0;
     double max = 1.0;
@@ -63,8 +66,8 @@ struct DoubleRow {
 
 struct Double2DRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     std::array<double, 2> defaultValue{};
     std::array<double, 2> min{};
     std::array<double, 2> max{1.0, 1.0};
@@ -81,8 +84,8 @@ struct Double2DRow {
 
 struct IntRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     int defaultValue = 0;
     int min = 0;
     int max = 100;
@@ -99,8 +102,8 @@ struct IntRow {
 
 struct Int2DRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     std::array<int, 2> defaultValue{};
     std::array<int, 2> min{};
     std::array<int, 2> max{100, 100};
@@ -114,8 +117,8 @@ struct Int2DRow {
 
 struct BooleanRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     bool defaultValue = false;
     const GroupRow* group = nullptr;
     bool animates = true;
@@ -130,8 +133,8 @@ struct BooleanRow {
 // index.
 struct ChoiceRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     std::array<const char*, 32> options{};
     int defaultValue = 0;
     const GroupRow* group = nullptr;
@@ -145,8 +148,8 @@ struct ChoiceRow {
 // Colours are read red, green, blue (and alpha), whatever the pixel order.
 struct RGBRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     std::array<double, 3> defaultValue{};
     const GroupRow* group = nullptr;
     bool animates = true;
@@ -158,8 +161,8 @@ struct RGBRow {
 
 struct RGBARow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     std::array<double, 4> defaultValue{0.0, 0.0, 0.0, 1.0};
     const GroupRow* group = nullptr;
     bool animates = true;
@@ -171,8 +174,8 @@ struct RGBARow {
 
 struct StringRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     const char* defaultValue = "";
     StringTypeEnum stringType = eStringTypeSingleLine;
     const GroupRow* group = nullptr;
@@ -187,8 +190,8 @@ struct StringRow {
 // host asks the effect for the values between keys.
 struct CustomRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     const char* defaultValue = "";
     bool interpolates = false;
     const GroupRow* group = nullptr;
@@ -201,8 +204,8 @@ struct CustomRow {
 
 struct PushButtonRow {
     const char* name;
-    const char* label;
-    const char* scriptName;
+    const char* label = nullptr;
+    const char* scriptName = nullptr;
     const GroupRow* group = nullptr;
 
     void define(ParamSetDescriptor& desc) const;

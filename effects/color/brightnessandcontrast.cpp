@@ -26,19 +26,17 @@ enum ReferenceMode { eCurrentFrame = 0, eCurrentMedia, eEachFrameIndependently }
 
 // The script names are the identifiers themselves.
 constexpr OFX::DoubleRow kBrightness{
-    .name = "Brightness", .label = "Brightness", .scriptName = "Brightness", .min = -1.0, .max = 1.0};
+    .name = "Brightness", .min = -1.0, .max = 1.0};
 constexpr OFX::DoubleRow kContrast{
-    .name = "Contrast", .label = "Contrast", .scriptName = "Contrast", .min = -1.0, .max = 1.0};
+    .name = "Contrast", .min = -1.0, .max = 1.0};
 constexpr OFX::DoubleRow kContrastCenter{
-    .name = "ContrastCenter", .label = "Contrast center", .scriptName = "ContrastCenter", .defaultValue = 0.5};
-constexpr OFX::GroupRow kGroup{.name = "Group", .label = "Group"};
-constexpr OFX::GroupRow kGroupInput{.name = "GroupInput", .label = "GroupInput"};
-constexpr OFX::GroupRow kGroupOutput{.name = "GroupOutput", .label = "GroupOutput"};
+    .name = "ContrastCenter", .label = "Contrast center", .defaultValue = 0.5};
+constexpr OFX::GroupRow kGroup{.name = "Group"};
+constexpr OFX::GroupRow kGroupInput{.name = "GroupInput"};
+constexpr OFX::GroupRow kGroupOutput{.name = "GroupOutput"};
 // The analysis settings are not animated: an analysis is run once, at a time.
 constexpr OFX::DoubleRow kPercent{
     .name = "Percent",
-    .label = "Percent",
-    .scriptName = "Percent",
     .defaultValue = 0.01,
     .max = 0.5,
     .increment = 0.01,
@@ -49,8 +47,6 @@ constexpr OFX::DoubleRow kPercent{
 // of 255. Note: Max runs from 0.01 but is shown from 0.1; both stand.
 constexpr OFX::DoubleRow kMin{
     .name = "Min",
-    .label = "Min",
-    .scriptName = "Min",
     .defaultValue = 15.0 / 255.0,
     .max = 0.99,
     .group = &kGroupOutput,
@@ -58,8 +54,6 @@ constexpr OFX::DoubleRow kMin{
 };
 constexpr OFX::DoubleRow kMax{
     .name = "Max",
-    .label = "Max",
-    .scriptName = "Max",
     .defaultValue = 235.0 / 255.0,
     .min = 0.01,
     .displayMin = 0.1,
@@ -69,15 +63,13 @@ constexpr OFX::DoubleRow kMax{
 };
 constexpr OFX::ChoiceRow kReferenceMode{
     .name = "ReferenceMode",
-    .label = "ReferenceMode",
-    .scriptName = "ReferenceMode",
     .options = {"RM_CurrentFrame", "RM_CurrentMedia", "RM_EachFrameIndependently"},
     .defaultValue = eCurrentMedia,
     .group = &kGroupOutput,
     .animates = false,
 };
 constexpr OFX::PushButtonRow kDoAnalysis{
-    .name = "DoAnalysis", .label = "DoAnalysis", .scriptName = nullptr, .group = &kGroupOutput};
+    .name = "DoAnalysis", .scriptName = "", .group = &kGroupOutput};
 
 constexpr OFX::ParamTable kParams{
     kBrightness, kContrast, kContrastCenter, kGroup, kGroupInput, kGroupOutput,

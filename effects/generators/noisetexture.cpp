@@ -49,7 +49,7 @@ constexpr OFX::RGBARow kColor2{
     .defaultValue = {1.0, 1.0, 1.0, 1.0},
 };
 // Cells across the frame's width; the vertical is measured in widths too.
-constexpr OFX::GroupRow kFrequency{.name = "Frequency", .label = "Frequency"};
+constexpr OFX::GroupRow kFrequency{.name = "Frequency"};
 constexpr OFX::DoubleRow kFrequencyX{
     .name = "FrequencyX",
     .label = "X",
@@ -69,7 +69,7 @@ constexpr OFX::DoubleRow kFrequencyY{
     .group = &kFrequency,
 };
 // Frame widths; the progress moves through the noise's third axis.
-constexpr OFX::GroupRow kOffset{.name = "Offset", .label = "Offset"};
+constexpr OFX::GroupRow kOffset{.name = "Offset"};
 constexpr OFX::DoubleRow kOffsetX{
     .name = "OffsetX", .label = "X", .scriptName = "offsetx", .min = -5.0, .max = 5.0, .group = &kOffset};
 constexpr OFX::DoubleRow kOffsetY{

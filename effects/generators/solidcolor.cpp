@@ -18,7 +18,6 @@ constexpr OFX::EffectDeclaration kSolidColor{
 // A fresh Solid Color is transparent black, the standard's default colour.
 constexpr OFX::RGBARow kColor{
     .name = "Color",
-    .label = "Color",
     .scriptName = "color",
     .defaultValue = {0.0, 0.0, 0.0, 0.0},
 };

@@ -2,6 +2,7 @@
 // three colours. The blend amount is the weight of the grey: 1 is all grey,
 // 0 the source.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <type_traits>
 
@@ -45,33 +46,44 @@ public:
     using blackandwhiteProcessorBase::blackandwhiteProcessorBase;
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
-        return OFX::copyTransform(dstImg, srcImg, procWindow, sizeof(PIX) * 4, [this](const OfxRectI& rows) {
-            if (values.blend <= kCopyOnlyBlend) return 0;
-            if constexpr (std::is_same_v<PIX, unsigned char>) {
-                const int k = byteKeepWeight(values.blend);
-                return OFX::forEachRow<PIX>(effect, dstImg, rows, [k](unsigned char* p, int n) {
-                    for (; n > 0; --n, p += 4) greyByte(p, k);
+        if constexpr (std::is_same_v<PIX, unsigned char>) {
+            if (values.blend <= kCopyOnlyBlend) return OFX::copyTransform(dstImg, srcImg, procWindow, 4, kNothing);
+            // Every mix of a grey g toward a colour c at this render's weight,
+            // worked out once for the band: a pixel then costs three look-ups.
+            std::array<std::array<unsigned char, 256>, 256> mixed;
+            const int k = byteKeepWeight(values.blend);
+            for (int g = 0; g < 256; ++g)
+                for (int c = 0; c < 256; ++c) mixed[g][c] = static_cast<unsigned char>(qz::mix256(g, c, k));
+            return OFX::copyTransform(dstImg, srcImg, procWindow, 4, [&](const OfxRectI& rows) {
+                return OFX::forEachRow<PIX>(effect, dstImg, rows, [&mixed](unsigned char* p, int n) {
+                    for (; n > 0; --n, p += 4) greyByte(p, mixed);
                 });
-            } else {
-                const double keep = 1.0 - values.blend;
+            });
+        } else {
+            if (values.blend <= kCopyOnlyBlend) return OFX::copyTransform(dstImg, srcImg, procWindow, 16, kNothing);
+            const double keep = 1.0 - values.blend;
+            return OFX::copyTransform(dstImg, srcImg, procWindow, 16, [&](const OfxRectI& rows) {
                 return OFX::forEachRow<PIX>(effect, dstImg, rows, [keep](float* p, int n) {
                     for (; n > 0; --n, p += 4) greyFloat(p, keep);
                 });
-            }
-        });
+            });
+        }
     }
 
 private:
     static constexpr int kBlue = isBGRA ? 0 : 2;
     static constexpr int kRed = isBGRA ? 2 : 0;
+    // At or below the cut-off the effect is the copy.
+    static constexpr auto kNothing = [](const OfxRectI&) { return 0; };
 
     // The grey is clamped to alpha so that it stays a premultiplied colour.
-    static void greyByte(unsigned char* p, int k) {
-        const int a = p[3];
-        // The mean of three bytes: the division by 3 truncates to the same
-        // integer as the float quotient would.
-        const int g = std::min((p[0] + p[1] + p[2]) / 3, a);
-        for (int c = 0; c < 3; ++c) p[c] = qz::mix256(g, p[c], k);
+    // The mean of three bytes: the division by 3 truncates to the same
+    // integer as the float quotient would.
+    static void greyByte(unsigned char* p, const std::array<std::array<unsigned char, 256>, 256>& mixed) {
+        const auto& fromGrey = mixed[std::min((p[0] + p[1] + p[2]) / 3, static_cast<int>(p[3]))];
+        p[0] = fromGrey[p[0]];
+        p[1] = fromGrey[p[1]];
+        p[2] = fromGrey[p[2]];
     }
 
     static void greyFloat(float* p, double keep) {

@@ -97,4 +97,15 @@ int forEachRow(const ImageEffect& effect, const Image* image, const OfxRectI& ro
     return 0;
 }
 
+// The change of a point filter as `transform` takes it: `pixel(p)` on each
+// pixel of the rows, the host asked before each row whether to stop.
+template <class PIX, class Pixel>
+auto eachPixel(const ImageEffect& effect, const Image* image, Pixel pixel) {
+    return [&effect, image, pixel](const OfxRectI& rows) {
+        return forEachRow<PIX>(effect, image, rows, [pixel](PIX* p, int n) {
+            for (; n > 0; --n, p += 4) pixel(p);
+        });
+    };
+}
+
 }  // namespace OFX

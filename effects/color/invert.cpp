@@ -2,7 +2,6 @@
 // result back with the source by the blend amount.
 #include <algorithm>
 #include <array>
-#include <type_traits>
 
 #include "Effect.h"
 #include "StripFilter.h"
@@ -31,14 +30,9 @@ using invertProcessorBase = OFX::EffectProcessorBase<invertValues>;
 //   Note: the shift, not a division by 255, is the defined rounding.
 constexpr std::array<std::array<unsigned char, 256>, 256> kInvertedByAlpha = [] {
     std::array<std::array<unsigned char, 256>, 256> table{};
-    for (int a = 0; a < 256; ++a) {
-        for (int c = 0; c < 256; ++c) {
-            int v = 0;
-            if (a == 255) v = 255 - c;
-            else if (a != 0) v = ((255 - std::min(255, c * 255 / a)) * a) >> 8;
-            table[a][c] = static_cast<unsigned char>(v);
-        }
-    }
+    for (int a = 1; a < 256; ++a)
+        for (int c = 0; c < 256; ++c)
+            table[a][c] = a == 255 ? 255 - c : ((255 - std::min(255, c * 255 / a)) * a) >> 8;
     return table;
 }();
 
@@ -51,31 +45,19 @@ public:
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
         return OFX::copyTransformBlend(dstImg, srcImg, procWindow, sizeof(PIX) * 4, 1.0 - values.blend,
-                                       [this](const OfxRectI& rows) { return invertRows(rows); });
+                                       OFX::eachPixel<PIX>(effect, dstImg, [](PIX* p) { invert(p); }));
     }
 
 private:
-    int invertRows(const OfxRectI& rows) const {
-        if constexpr (std::is_same_v<PIX, unsigned char>) {
-            return OFX::forEachRow<PIX>(effect, dstImg, rows, [](unsigned char* p, int n) {
-                for (; n > 0; --n, p += 4) {
-                    const unsigned char* inverted = kInvertedByAlpha[p[3]].data();
-                    p[0] = inverted[p[0]];
-                    p[1] = inverted[p[1]];
-                    p[2] = inverted[p[2]];
-                }
-            });
-        } else {
-            return OFX::forEachRow<PIX>(effect, dstImg, rows, [](float* p, int n) {
-                for (; n > 0; --n, p += 4) invertFloat(p);
-            });
-        }
+    static void invert(unsigned char* p) {
+        const unsigned char* inverted = kInvertedByAlpha[p[3]].data();
+        for (int c = 0; c < 3; ++c) p[c] = inverted[p[c]];
     }
 
     // Written as selects rather than branches, so that the compiler can run
     // several pixels a step; the division is then made for every pixel but
     // only used where the alpha asks for it.
-    static void invertFloat(float* p) {
+    static void invert(float* p) {
         const float a = p[3];
         const bool opaque = a == 1.0f;
         // Note: the cut-off is compared in double, as it always was.

@@ -29,9 +29,7 @@ struct Call {
 
     // Logs handles that break the rules; a missing one fails as a bad handle.
     void check(HandleRule handleRule, HandleRule inRule, HandleRule outRule) const;
-    OfxImageEffectHandle effectHandle() const {
-        return static_cast<OfxImageEffectHandle>(const_cast<void*>(handle));
-    }
+    OfxImageEffectHandle effectHandle() const { return static_cast<OfxImageEffectHandle>(const_cast<void*>(handle)); }
     // The live instance the handle names, or a bad-handle failure.
     ImageEffect& instance() const;
 };

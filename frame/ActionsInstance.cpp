@@ -57,8 +57,7 @@ OfxStatus instanceChanged(Call& c) {
     else if (type == kOfxTypeClip)
         effect.changedClip(args, name);
     else
-        Log::error(true, "Instance Changed called with unknown type '%s' of object '%s'", type.c_str(),
-                   name.c_str());
+        Log::error(true, "Instance Changed called with unknown type '%s' of object '%s'", type.c_str(), name.c_str());
     return kOfxStatReplyDefault;
 }
 

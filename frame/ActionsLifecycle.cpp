@@ -24,7 +24,8 @@ OfxStatus unload(Call& c) {
 
 OfxStatus describe(Call& c) {
     c.check(eSet, eNull, eNull);
-    auto* desc = Private::storeDescriptor(c.uid, eContextNone, std::make_unique<ImageEffectDescriptor>(c.effectHandle()));
+    auto* desc =
+        Private::storeDescriptor(c.uid, eContextNone, std::make_unique<ImageEffectDescriptor>(c.effectHandle()));
     c.factory.describe(*desc);
     return kOfxStatOK;
 }
@@ -53,7 +54,6 @@ OfxStatus destroyInstance(Call& c) {
     delete retrieveImageEffect(c.effectHandle());
     return kOfxStatOK;
 }
-
 
 const Entry kEntries[] = {
     {kOfxActionLoad, &load},

@@ -38,10 +38,9 @@ RenderArguments readRenderArguments(const PropertySet& in) {
     args.time = in.propGetDouble(kOfxPropTime);
     args.timeCode = in.propGetDouble(kOfxPropTalvoTimeCode, 0, false);
     args.renderScale = readRenderScale(in);
-    args.renderWindow = OfxRectI{in.propGetInt(kOfxImageEffectPropRenderWindow, 0),
-                                 in.propGetInt(kOfxImageEffectPropRenderWindow, 1),
-                                 in.propGetInt(kOfxImageEffectPropRenderWindow, 2),
-                                 in.propGetInt(kOfxImageEffectPropRenderWindow, 3)};
+    args.renderWindow =
+        OfxRectI{in.propGetInt(kOfxImageEffectPropRenderWindow, 0), in.propGetInt(kOfxImageEffectPropRenderWindow, 1),
+                 in.propGetInt(kOfxImageEffectPropRenderWindow, 2), in.propGetInt(kOfxImageEffectPropRenderWindow, 3)};
     args.viewsToRender = in.propGetInt(kOfxImageEffectPropViewsToRender, 0, false);
     args.renderView = in.propGetInt(kOfxImageEffectPropRenderView, 0, false);
     const bool openCLAsked = in.propGetInt(kOfxImageEffectPropOpenCLEnabled, 0, false) != 0;

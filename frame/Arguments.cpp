@@ -21,9 +21,7 @@ double KeyframeUpliftArguments::getKeyTime(int index) const {
 std::string KeyframeUpliftArguments::getKeyInterpolation(int index) const {
     return args_.propGetString(kOfxPropTalvoUpliftKeyframeInterpolation, index, false);
 }
-const void* KeyframeUpliftArguments::getData() const {
-    return args_.propGetPointer(kOfxPropTalvoUpliftData, 0, false);
-}
+const void* KeyframeUpliftArguments::getData() const { return args_.propGetPointer(kOfxPropTalvoUpliftData, 0, false); }
 int KeyframeUpliftArguments::getDataLength() const { return args_.propGetInt(kOfxPropTalvoUpliftDataLength, 0, false); }
 
 namespace {

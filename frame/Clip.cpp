@@ -136,9 +136,7 @@ FieldEnum Clip::getFieldOrder() const {
 }
 
 bool Clip::isConnected() const { return clipProps_.propGetInt(kOfxImageClipPropConnected) != 0; }
-bool Clip::hasContinuousSamples() const {
-    return clipProps_.propGetInt(kOfxImageClipPropContinuousSamples) != 0;
-}
+bool Clip::hasContinuousSamples() const { return clipProps_.propGetInt(kOfxImageClipPropContinuousSamples) != 0; }
 double Clip::getPixelAspectRatio() const { return clipProps_.propGetDouble(kOfxImagePropPixelAspectRatio); }
 double Clip::getFrameRate() const { return clipProps_.propGetDouble(kOfxImageEffectPropFrameRate); }
 
@@ -152,9 +150,7 @@ OfxRangeD Clip::getUnmappedFrameRange() const {
                      clipProps_.propGetDouble(kOfxImageEffectPropUnmappedFrameRange, 1)};
 }
 
-double Clip::getUnmappedFrameRate() const {
-    return clipProps_.propGetDouble(kOfxImageEffectPropUnmappedFrameRate);
-}
+double Clip::getUnmappedFrameRate() const { return clipProps_.propGetDouble(kOfxImageEffectPropUnmappedFrameRate); }
 
 int Clip::getPixelOrder() const {
     return clipProps_.propGetString(kOfxImageEffectPropPixelOrder, 0, false) == kOfxImagePixelOrderBGRA ? 1 : 0;

@@ -44,12 +44,9 @@ void throwSuiteStatusException(OfxStatus status) {
         case kOfxStatOK:
         case kOfxStatReplyYes:
         case kOfxStatReplyNo:
-        case kOfxStatReplyDefault:
-            return;
-        case kOfxStatErrMemory:
-            throw std::bad_alloc();
-        default:
-            throw Exception::Suite(status);
+        case kOfxStatReplyDefault: return;
+        case kOfxStatErrMemory: throw std::bad_alloc();
+        default: throw Exception::Suite(status);
     }
 }
 

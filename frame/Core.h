@@ -120,8 +120,8 @@ const char* mapStatusToString(OfxStatus status);
 void throwSuiteStatusException(OfxStatus status);
 
 // Plain string comparisons; unknown texts map as the comments say.
-ContextEnum mapContextStringToEnum(const std::string& s);  // unknown: eContextNone
-const char* mapContextEnumToString(ContextEnum context);  // unknown: logs, throws
+ContextEnum mapContextStringToEnum(const std::string& s);    // unknown: eContextNone
+const char* mapContextEnumToString(ContextEnum context);     // unknown: logs, throws
 BitDepthEnum mapBitDepthStringToEnum(const std::string& s);  // unknown: eBitDepthCustom
 const char* mapBitDepthEnumToString(BitDepthEnum depth);
 PixelComponentEnum mapPixelComponentStringToEnum(const std::string& s);  // unknown: custom

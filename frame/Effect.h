@@ -57,7 +57,9 @@ protected:
 };
 
 template <class Effect>
-concept HasOpenCL = requires { Effect::openCL; };
+concept HasOpenCL = requires {
+    Effect::openCL;
+};
 
 template <class Effect>
 inline constexpr bool kHasSource = Effect::declaration.context != eContextGenerator;
@@ -144,7 +146,7 @@ struct PluginOf {
     using type = EffectPlugin<Effect>;
 };
 template <class Effect>
-    requires requires { typename Effect::Plugin; }
+requires requires { typename Effect::Plugin; }
 struct PluginOf<Effect> {
     using type = typename Effect::Plugin;
 };

@@ -13,9 +13,12 @@ bool hostAccepted(const HostRequirement& hosts) {
     const ImageEffectHostDescription* host = getImageEffectHostDescription();
     if (!host) return false;
     int oldest = 0;
-    if (host->hostName == "talvo.effects.talvo") oldest = hosts.talvo;
-    else if (host->hostName == "talvo.effects.talvo.harbor.pe") oldest = hosts.harborPE;
-    else if (host->hostName == "talvo.effects.talvo.harbor.hd") oldest = hosts.harborHD;
+    if (host->hostName == "talvo.effects.talvo")
+        oldest = hosts.talvo;
+    else if (host->hostName == "talvo.effects.talvo.harbor.pe")
+        oldest = hosts.harborPE;
+    else if (host->hostName == "talvo.effects.talvo.harbor.hd")
+        oldest = hosts.harborHD;
     if (oldest > 0 && host->versionMajor >= oldest) return true;
     if (hosts.logged) Log::print("Host(%s) is not supported", host->hostName.c_str());
     return false;

@@ -30,8 +30,8 @@ public:
 };
 
 namespace Private {
-OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle inArgs,
-                    OfxPropertySetHandle outArgs, const char* plugname);
+OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle inArgs, OfxPropertySetHandle outArgs,
+                    const char* plugname);
 // Enters a factory into the module's array; called by static registrations.
 void registerFactory(PluginFactory* factory);
 }  // namespace Private

@@ -86,7 +86,9 @@ void* ImageBase::getPixelAddress(int x, int y) const {
 }
 
 void* ImageBase::getOpenCLImage() const { return imageProps.propGetPointer(kOfxImageEffectPropOpenCLImage, 0, false); }
-int ImageBase::getTextureIndex() const { return imageProps.propGetInt(kOfxImageEffectPropOpenGLTextureIndex, 0, false); }
+int ImageBase::getTextureIndex() const {
+    return imageProps.propGetInt(kOfxImageEffectPropOpenGLTextureIndex, 0, false);
+}
 int ImageBase::getTextureTarget() const {
     return imageProps.propGetInt(kOfxImageEffectPropOpenGLTextureTarget, 0, false);
 }

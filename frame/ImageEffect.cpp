@@ -128,8 +128,7 @@ ClipDescriptor* ImageEffectDescriptor::defineClip(const std::string& name) {
     return slot.get();
 }
 
-ImageEffect::ImageEffect(OfxImageEffectHandle handle)
-    : effectHandle_(handle), effectProps_(effectProperties(handle)) {
+ImageEffect::ImageEffect(OfxImageEffectHandle handle) : effectHandle_(handle), effectProps_(effectProperties(handle)) {
     effectProps_.propSetPointer(kOfxPropInstanceData, this);
     context_ = mapContextStringToEnum(effectProps_.propGetString(kOfxImageEffectPropContext));
     paramSetHandle_ = effectParameters(handle);
@@ -170,8 +169,8 @@ Clip* ImageEffect::fetchClip(const std::string& name) {
 
 OfxStatus ImageEffect::sendMessage(MessageTypeEnum type, const std::string& id, const std::string& text) const {
     if (!Private::gMessageSuite) return kOfxStatErrUnsupported;
-    return Private::gMessageSuite->message(effectHandle_, mapMessageTypeEnumToString(type), id.empty() ? nullptr : id.c_str(),
-                                           "%s", text.c_str());
+    return Private::gMessageSuite->message(effectHandle_, mapMessageTypeEnumToString(type),
+                                           id.empty() ? nullptr : id.c_str(), "%s", text.c_str());
 }
 
 bool ImageEffect::abort() const { return effectSuite().abort(effectHandle_) != 0; }

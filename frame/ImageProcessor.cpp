@@ -56,8 +56,8 @@ void ImageProcessor::multiThreadFunction(unsigned int threadIndex, unsigned int 
     const unsigned int dy = static_cast<unsigned int>(renderWindow.y2 - renderWindow.y1);
     OfxRectI band = renderWindow;
     band.y1 = static_cast<int>(static_cast<unsigned int>(renderWindow.y1) + dy * threadIndex / threadMax);
-    band.y2 = static_cast<int>(static_cast<unsigned int>(renderWindow.y1) +
-                               std::min(dy * (threadIndex + 1) / threadMax, dy));
+    band.y2 =
+        static_cast<int>(static_cast<unsigned int>(renderWindow.y1) + std::min(dy * (threadIndex + 1) / threadMax, dy));
     multiThreadProcessImages(band);
 }
 

@@ -61,7 +61,8 @@ OfxStatus dispatch(const char* action, const void* handle, OfxPropertySetHandle 
         return kOfxStatReplyDefault;
     }
     if (!factory) throw Exception::Suite(kOfxStatErrBadHandle, "unknown plug-in " + uid);
-    Actions::Call call{action, handle, inHandle, outHandle, PropertySet(inHandle), PropertySet(outHandle), *factory, uid};
+    Actions::Call call{action,   handle, inHandle, outHandle, PropertySet(inHandle), PropertySet(outHandle),
+                       *factory, uid};
     for (const auto family : {Actions::lifecycleActions(), Actions::renderActions(), Actions::instanceActions()}) {
         for (const Actions::Entry& entry : family)
             if (is(action, entry.name)) return entry.handler(call);
@@ -69,7 +70,6 @@ OfxStatus dispatch(const char* action, const void* handle, OfxPropertySetHandle 
     Log::error(true, "Unknown action '%s'.", action);
     return kOfxStatReplyDefault;
 }
-
 
 // Runs a body under the frame's log lines and exception mapping.
 template <class Body>
@@ -102,8 +102,8 @@ OfxStatus guarded(const char* what, Body&& body) {
 
 namespace Private {
 
-OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle inArgs,
-                    OfxPropertySetHandle outArgs, const char* plugname) {
+OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle inArgs, OfxPropertySetHandle outArgs,
+                    const char* plugname) {
     const std::string what = std::string("mainEntry (") + (action ? action : "(null)") + ")";
     return guarded(what.c_str(), [&] { return dispatch(action, handle, inArgs, outArgs, plugname); });
 }

@@ -61,8 +61,7 @@ const char* stringModeName(StringTypeEnum type) {
 ParamDescriptor::ParamDescriptor(std::string name, ParamTypeEnum type, OfxPropertySetHandle props)
     : name_(std::move(name)), type_(type), props_(props) {}
 
-void ParamDescriptor::setLabels(const std::string& label, const std::string& shortLabel,
-                                const std::string& longLabel) {
+void ParamDescriptor::setLabels(const std::string& label, const std::string& shortLabel, const std::string& longLabel) {
     props_.propSetString(kOfxPropLabel, label);
     props_.propSetString(kOfxPropShortLabel, shortLabel);
     props_.propSetString(kOfxPropLongLabel, longLabel);
@@ -82,13 +81,9 @@ void ParamDescriptor::setParent(const GroupParamDescriptor& group) {
     props_.propSetString(kOfxParamPropParent, group.getName());
 }
 
-void ParamDescriptor::setIsPersistant(bool persistant) {
-    props_.propSetInt(kOfxParamPropPersistant, persistant);
-}
+void ParamDescriptor::setIsPersistant(bool persistant) { props_.propSetInt(kOfxParamPropPersistant, persistant); }
 
-void ParamDescriptor::setEvaluateOnChange(bool evaluate) {
-    props_.propSetInt(kOfxParamPropEvaluateOnChange, evaluate);
-}
+void ParamDescriptor::setEvaluateOnChange(bool evaluate) { props_.propSetInt(kOfxParamPropEvaluateOnChange, evaluate); }
 
 void ParamDescriptor::setCacheInvalidation(ParamInvalidateEnum invalidation) {
     props_.propSetString(kOfxParamPropCacheInvalidation, invalidationName(invalidation));
@@ -103,8 +98,7 @@ void ParamDescriptor::setInteractPreferedSize(int width, int height) {
     props_.propSetInt(kOfxParamPropInteractPreferedSize, height, 1, false);
 }
 
-DummyParamDescriptor::DummyParamDescriptor(std::string name)
-    : ParamDescriptor(std::move(name), kType, nullptr) {}
+DummyParamDescriptor::DummyParamDescriptor(std::string name) : ParamDescriptor(std::move(name), kType, nullptr) {}
 
 // Value kinds
 
@@ -181,9 +175,9 @@ void BaseDoubleParamDescriptor::setDoubleType(ParamDoubleTypeEnum type) {
 }
 
 void BaseDoubleParamDescriptor::setDefaultCoordinateSystem(DefaultCoordinateSystem system) {
-    getPropertySet().propSetString(kOfxParamPropDefaultCoordinateSystem,
-                                   system == eCoordinatesNormalised ? kOfxParamCoordinatesNormalised
-                                                                    : kOfxParamCoordinatesCanonical);
+    getPropertySet().propSetString(kOfxParamPropDefaultCoordinateSystem, system == eCoordinatesNormalised
+                                                                             ? kOfxParamCoordinatesNormalised
+                                                                             : kOfxParamCoordinatesCanonical);
 }
 
 void BaseDoubleParamDescriptor::setIncrement(double increment) {
@@ -195,9 +189,7 @@ void BaseDoubleParamDescriptor::setDigits(int digits) { getPropertySet().propSet
 DoubleParamDescriptor::DoubleParamDescriptor(std::string name, OfxPropertySetHandle props)
     : BaseDoubleParamDescriptor(std::move(name), kType, props) {}
 
-void DoubleParamDescriptor::setDefault(double value) {
-    setDoubles(getPropertySet(), kOfxParamPropDefault, {value});
-}
+void DoubleParamDescriptor::setDefault(double value) { setDoubles(getPropertySet(), kOfxParamPropDefault, {value}); }
 
 void DoubleParamDescriptor::setRange(double min, double max) {
     setDoubles(getPropertySet(), kOfxParamPropMin, {min});
@@ -237,8 +229,7 @@ void Double3DParamDescriptor::setDefault(double x, double y, double z) {
     setDoubles(getPropertySet(), kOfxParamPropDefault, {x, y, z});
 }
 
-void Double3DParamDescriptor::setRange(double minX, double minY, double minZ, double maxX, double maxY,
-                                       double maxZ) {
+void Double3DParamDescriptor::setRange(double minX, double minY, double minZ, double maxX, double maxY, double maxZ) {
     setDoubles(getPropertySet(), kOfxParamPropMin, {minX, minY, minZ});
     setDoubles(getPropertySet(), kOfxParamPropMax, {maxX, maxY, maxZ});
 }
@@ -249,8 +240,7 @@ void Double3DParamDescriptor::setDisplayRange(double minX, double minY, double m
     setDoubles(getPropertySet(), kOfxParamPropDisplayMax, {maxX, maxY, maxZ});
 }
 
-void Double3DParamDescriptor::setDimensionLabels(const std::string& x, const std::string& y,
-                                                 const std::string& z) {
+void Double3DParamDescriptor::setDimensionLabels(const std::string& x, const std::string& y, const std::string& z) {
     setStrings(getPropertySet(), kOfxParamPropDimensionLabel, {x, y, z});
 }
 
@@ -278,8 +268,8 @@ BooleanParamDescriptor::BooleanParamDescriptor(std::string name, OfxPropertySetH
 void BooleanParamDescriptor::setDefault(bool value) { getPropertySet().propSetInt(kOfxParamPropDefault, value); }
 
 void BooleanParamDescriptor::setBooleanMode(BooleanModeEnum mode) {
-    const char* marker = mode == eBooleanModeReadOnlyMarker ? kOfxParamBooleanIsReadOnlyMarker
-                                                            : kOfxParamBooleanIsDefault;
+    const char* marker =
+        mode == eBooleanModeReadOnlyMarker ? kOfxParamBooleanIsReadOnlyMarker : kOfxParamBooleanIsDefault;
     getPropertySet().propSetString(kOfxParamPropBooleanMode, marker, 0, false);
 }
 
@@ -307,8 +297,7 @@ void StringParamDescriptor::setDefault(const std::string& value) {
 
 void StringParamDescriptor::setStringType(StringTypeEnum type) {
     // Rich text is the program's own mode; a standard host keeps its default.
-    getPropertySet().propSetString(kOfxParamPropStringMode, stringModeName(type), 0,
-                                   type != eStringTypeRichTextFormat);
+    getPropertySet().propSetString(kOfxParamPropStringMode, stringModeName(type), 0, type != eStringTypeRichTextFormat);
 }
 
 void StringParamDescriptor::setFilePathExists(bool exists) {
@@ -331,8 +320,7 @@ void CustomParamDescriptor::setCustomInterpolation(bool interpolate) {
 }
 
 void CustomParamDescriptor::setCustomMode(CustomModeEnum mode) {
-    const char* marker = mode == eCustomModeNoAnimateButton ? kOfxParamCustomNoAnimateButton
-                                                            : kOfxParamCustomIsDefault;
+    const char* marker = mode == eCustomModeNoAnimateButton ? kOfxParamCustomNoAnimateButton : kOfxParamCustomIsDefault;
     getPropertySet().propSetString(kOfxParamPropCustomMode, marker, 0, false);
 }
 
@@ -342,8 +330,8 @@ ImageParamDescriptor::ImageParamDescriptor(std::string name, OfxPropertySetHandl
     : ParamDescriptor(std::move(name), kType, props) {}
 
 void ImageParamDescriptor::setImageMode(ImageModeEnum mode) {
-    const char* marker = mode == eImageModeHideGrabFromPreview ? kOfxParamImageHideGrabFromPreview
-                                                               : kOfxParamImageHideGrabControls;
+    const char* marker =
+        mode == eImageModeHideGrabFromPreview ? kOfxParamImageHideGrabFromPreview : kOfxParamImageHideGrabControls;
     getPropertySet().propSetString(kOfxParamPropImageMode, marker, 0, false);
 }
 

@@ -59,15 +59,9 @@ constexpr std::array<const char*, eDoubleTypeLog + 1> kDoubleTypeNames = {
 
 // Indexed by KeyframeInterpolationEnum.
 constexpr std::array<const char*, eKeyframeInterpolationSplit + 1> kInterpolationNames = {
-    kOfxTalvoKeyframeInterpolationUnknown,
-    kOfxTalvoKeyframeInterpolationLinear,
-    kOfxTalvoKeyframeInterpolationFast,
-    kOfxTalvoKeyframeInterpolationSlow,
-    kOfxTalvoKeyframeInterpolationSmooth,
-    kOfxTalvoKeyframeInterpolationSharp,
-    kOfxTalvoKeyframeInterpolationHold,
-    kOfxTalvoKeyframeInterpolationManual,
-    kOfxTalvoKeyframeInterpolationSplit,
+    kOfxTalvoKeyframeInterpolationUnknown, kOfxTalvoKeyframeInterpolationLinear, kOfxTalvoKeyframeInterpolationFast,
+    kOfxTalvoKeyframeInterpolationSlow,    kOfxTalvoKeyframeInterpolationSmooth, kOfxTalvoKeyframeInterpolationSharp,
+    kOfxTalvoKeyframeInterpolationHold,    kOfxTalvoKeyframeInterpolationManual, kOfxTalvoKeyframeInterpolationSplit,
 };
 
 // The position of text in a name table, or -1.

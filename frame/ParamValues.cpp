@@ -11,8 +11,8 @@
 namespace OFX {
 namespace {
 
-using Private::paramSuite;
 using Private::parametricSuite;
+using Private::paramSuite;
 using Private::requireFunction;
 
 template <typename T>
@@ -156,9 +156,7 @@ void Int3DParam::setValue(int x, int y, int z) { setValues(getHandle(), x, y, z)
 
 void Int3DParam::setValueAtTime(double time, int x, int y, int z) { setValuesAtTime(getHandle(), time, x, y, z); }
 
-void Int3DParam::getDefault(int& x, int& y, int& z) const {
-    readInts(getPropertySet(), kOfxParamPropDefault, x, y, z);
-}
+void Int3DParam::getDefault(int& x, int& y, int& z) const { readInts(getPropertySet(), kOfxParamPropDefault, x, y, z); }
 
 void Int3DParam::getRange(int& minX, int& minY, int& minZ, int& maxX, int& maxY, int& maxZ) const {
     readInts(getPropertySet(), kOfxParamPropMin, minX, minY, minZ);
@@ -277,8 +275,7 @@ void Double3DParam::getDefault(double& x, double& y, double& z) const {
     readDoubles(getPropertySet(), kOfxParamPropDefault, x, y, z);
 }
 
-void Double3DParam::getRange(double& minX, double& minY, double& minZ, double& maxX, double& maxY,
-                             double& maxZ) const {
+void Double3DParam::getRange(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ) const {
     readDoubles(getPropertySet(), kOfxParamPropMin, minX, minY, minZ);
     readDoubles(getPropertySet(), kOfxParamPropMax, maxX, maxY, maxZ);
 }
@@ -321,9 +318,7 @@ void RGBParam::getDefault(double& r, double& g, double& b) const {
 RGBAParam::RGBAParam(ParamSet& owner, std::string name, OfxParamHandle handle, OfxPropertySetHandle props)
     : ValueParam(owner, std::move(name), kType, handle, props) {}
 
-void RGBAParam::getValue(double& r, double& g, double& b, double& a) const {
-    getValues(getHandle(), &r, &g, &b, &a);
-}
+void RGBAParam::getValue(double& r, double& g, double& b, double& a) const { getValues(getHandle(), &r, &g, &b, &a); }
 
 void RGBAParam::getValueAtTime(double time, double& r, double& g, double& b, double& a) const {
     getValuesAtTime(getHandle(), time, &r, &g, &b, &a);
@@ -442,19 +437,15 @@ bool GroupParam::getIsOpen() const { return getPropertySet().propGetInt(kOfxPara
 PageParam::PageParam(ParamSet& owner, std::string name, OfxParamHandle handle, OfxPropertySetHandle props)
     : Param(owner, std::move(name), kType, handle, props) {}
 
-PushButtonParam::PushButtonParam(ParamSet& owner, std::string name, OfxParamHandle handle,
-                                 OfxPropertySetHandle props)
+PushButtonParam::PushButtonParam(ParamSet& owner, std::string name, OfxParamHandle handle, OfxPropertySetHandle props)
     : Param(owner, std::move(name), kType, handle, props) {}
 
 // Parametric
 
-ParametricParam::ParametricParam(ParamSet& owner, std::string name, OfxParamHandle handle,
-                                 OfxPropertySetHandle props)
+ParametricParam::ParametricParam(ParamSet& owner, std::string name, OfxParamHandle handle, OfxPropertySetHandle props)
     : ValueParam(owner, std::move(name), kType, handle, props) {}
 
-int ParametricParam::getCurveCount() const {
-    return getPropertySet().propGetInt(kOfxParamPropParametricDimension);
-}
+int ParametricParam::getCurveCount() const { return getPropertySet().propGetInt(kOfxParamPropParametricDimension); }
 
 void ParametricParam::getRange(double& min, double& max) const {
     readDoubles(getPropertySet(), kOfxParamPropParametricRange, min, max);
@@ -480,8 +471,7 @@ void ParametricParam::getNthControlPoint(int curve, double time, int nth, double
     throwSuiteStatusException(get(getHandle(), curve, time, nth, &position, &value));
 }
 
-void ParametricParam::setNthControlPoint(int curve, double time, int nth, double position, double value,
-                                         bool addKey) {
+void ParametricParam::setNthControlPoint(int curve, double time, int nth, double position, double value, bool addKey) {
     auto set =
         requireFunction(parametricSuite().parametricParamSetNthControlPoint, "parametricParamSetNthControlPoint");
     throwSuiteStatusException(set(getHandle(), curve, time, nth, position, value, addKey));

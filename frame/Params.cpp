@@ -46,8 +46,7 @@ ParamInvalidateEnum invalidationFromName(const std::string& name) {
 
 // Param
 
-Param::Param(ParamSet& owner, std::string name, ParamTypeEnum type, OfxParamHandle handle,
-             OfxPropertySetHandle props)
+Param::Param(ParamSet& owner, std::string name, ParamTypeEnum type, OfxParamHandle handle, OfxPropertySetHandle props)
     : owner_(&owner), name_(std::move(name)), type_(type), handle_(handle), props_(props) {}
 
 std::string Param::getLabel() const { return props_.propGetString(kOfxPropLabel); }
@@ -91,9 +90,7 @@ bool ValueParam::getIsAutoKeying() const { return getPropertySet().propGetInt(kO
 
 bool ValueParam::getIsPersistant() const { return getPropertySet().propGetInt(kOfxParamPropPersistant) != 0; }
 
-bool ValueParam::getEvaluateOnChange() const {
-    return getPropertySet().propGetInt(kOfxParamPropEvaluateOnChange) != 0;
-}
+bool ValueParam::getEvaluateOnChange() const { return getPropertySet().propGetInt(kOfxParamPropEvaluateOnChange) != 0; }
 
 bool ValueParam::getCanAnimate() const { return getPropertySet().propGetInt(kOfxParamPropAnimates) != 0; }
 

@@ -193,8 +193,7 @@ public:
     void setValueAtTime(double time, double x, double y, double z);
     void getDefault(double& x, double& y, double& z) const;
     void getRange(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ) const;
-    void getDisplayRange(double& minX, double& minY, double& minZ, double& maxX, double& maxY,
-                         double& maxZ) const;
+    void getDisplayRange(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ) const;
     void getDerivative(double time, double& x, double& y, double& z) const;
     void getIntegral(double time1, double time2, double& x, double& y, double& z) const;
 };

@@ -18,18 +18,14 @@ void checkStatus(OfxStatus status, const char* name) {
         case kOfxStatOK:
         case kOfxStatReplyYes:
         case kOfxStatReplyNo:
-        case kOfxStatReplyDefault:
-            return;
+        case kOfxStatReplyDefault: return;
         case kOfxStatErrUnknown:
         case kOfxStatErrUnsupported:
             if (PropertySet::throwOnUnsupported) throw Exception::PropertyUnknownToHost(name);
             return;
-        case kOfxStatErrMemory:
-            throw std::bad_alloc();
-        case kOfxStatErrValue:
-            throw Exception::PropertyValueIllegalToHost(name);
-        default:
-            throwSuiteStatusException(status);
+        case kOfxStatErrMemory: throw std::bad_alloc();
+        case kOfxStatErrValue: throw Exception::PropertyValueIllegalToHost(name);
+        default: throwSuiteStatusException(status);
     }
 }
 

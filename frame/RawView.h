@@ -30,7 +30,8 @@ inline RawView rawView(const Image* image) {
     view.bytesPerPixel = image->getPixelBytes();
     // Computed on integers: the origin may lie outside the buffer.
     const auto data = reinterpret_cast<uintptr_t>(image->getPixelData());
-    const intptr_t offset = static_cast<intptr_t>(b.y1) * view.stride + static_cast<intptr_t>(b.x1) * view.bytesPerPixel;
+    const intptr_t offset =
+        static_cast<intptr_t>(b.y1) * view.stride + static_cast<intptr_t>(b.x1) * view.bytesPerPixel;
     view.base = reinterpret_cast<void*>(data - static_cast<uintptr_t>(offset));
     return view;
 }

@@ -49,10 +49,10 @@ void forEachField(Record& record, F&& f) {
     constexpr std::size_t n = kRecordFields<Record>;
     static_assert(std::is_aggregate_v<std::remove_cvref_t<Record>>, "a record is a plain aggregate");
     static_assert(n <= 24, "a record holds at most 24 fields");
-#define ONDU1_RECORD_FIELDS(count, ...)                                      \
-    if constexpr (n == count) {                                              \
-        auto& [__VA_ARGS__] = record;                                        \
-        [&](auto&... field) { (f(field), ...); }(__VA_ARGS__);               \
+#define ONDU1_RECORD_FIELDS(count, ...)                        \
+    if constexpr (n == count) {                                \
+        auto& [__VA_ARGS__] = record;                          \
+        [&](auto&... field) { (f(field), ...); }(__VA_ARGS__); \
     } else
     ONDU1_RECORD_FIELDS(1, a)
     ONDU1_RECORD_FIELDS(2, a, b)

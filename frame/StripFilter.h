@@ -30,8 +30,8 @@ namespace detail {
 // The strip loop of the two shapes below; `blend(rows)` is the last step of
 // each strip.
 template <class Transform, class Blend>
-int inStrips(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel,
-             Transform&& transform, Blend&& blend) {
+int inStrips(const Image* dst, const Image* src, const OfxRectI& window, int32_t bytesPerPixel, Transform&& transform,
+             Blend&& blend) {
     if (!hasPixels(dst, bytesPerPixel) || !hasPixels(src, bytesPerPixel)) return 0;
     const RawView d = rawView(dst);
     const RawView s = rawView(src);
@@ -80,9 +80,8 @@ int copyTransformBlend(const Image* dst, const Image* src, const OfxRectI& windo
                        double sourceWeight, Transform&& transform) {
     return detail::inStrips(dst, src, window, bytesPerPixel, transform,
                             [&](const RawView& d, const RawView& s, const RECT& r) -> int {
-                                return QzDibAbsoluteAlphaValueBlend(d.base, &d.bounds, d.stride, &r, s.base,
-                                                                    &s.bounds, s.stride, &r, bytesPerPixel,
-                                                                    sourceWeight);
+                                return QzDibAbsoluteAlphaValueBlend(d.base, &d.bounds, d.stride, &r, s.base, &s.bounds,
+                                                                    s.stride, &r, bytesPerPixel, sourceWeight);
                             });
 }
 

@@ -65,7 +65,8 @@ int nativeOrigin(const std::string& origin, const std::string& hostName) {
         return 0;
     }
     auto endsWith = [&](const std::string& tail) {
-        return hostName.size() >= tail.size() && hostName.compare(hostName.size() - tail.size(), tail.size(), tail) == 0;
+        return hostName.size() >= tail.size() &&
+               hostName.compare(hostName.size() - tail.size(), tail.size(), tail) == 0;
     };
     if (hostName == "com.eyeonline.Fusion" || endsWith("Fusion")) return 1;
     if (hostName.rfind("Autodesk Toxik", 0) == 0 || endsWith("Toxik")) return 2;
@@ -107,8 +108,7 @@ void describeHost() {
     d->supportsParametricParameter = gParametricParameterSuite != nullptr;
     d->supportsParametricAnimation = host.propGetInt(kOfxParamHostPropSupportsParametricAnimation, 0, false) != 0;
     d->supportsRenderQualityDraft = host.propGetInt(kOfxImageEffectPropRenderQualityDraft, 0, false) != 0;
-    d->nativeOrigin =
-        nativeOrigin(host.propGetString(kOfxImageEffectHostPropNativeOrigin, 0, false), d->hostName);
+    d->nativeOrigin = nativeOrigin(host.propGetString(kOfxImageEffectHostPropNativeOrigin, 0, false), d->hostName);
     // Note: only the exact text "true" counts; the standard's "needed" does
     // not switch the bundle's OpenGL paths on.
     d->supportsOpenGLRender =

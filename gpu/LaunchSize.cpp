@@ -21,8 +21,8 @@ Limits queryLimits(OpenCLBinding& binding, cl_command_queue queue, cl_kernel ker
 
     binding.getKernelWorkGroupInfo(kernel, device, CL_KERNEL_WORK_GROUP_SIZE, sizeof limits.kernelGroupSize,
                                    &limits.kernelGroupSize);
-    binding.getKernelWorkGroupInfo(kernel, device, CL_KERNEL_COMPILE_WORK_GROUP_SIZE,
-                                   sizeof limits.compileGroupSize, limits.compileGroupSize);
+    binding.getKernelWorkGroupInfo(kernel, device, CL_KERNEL_COMPILE_WORK_GROUP_SIZE, sizeof limits.compileGroupSize,
+                                   limits.compileGroupSize);
     binding.getKernelWorkGroupInfo(kernel, device, CL_KERNEL_PREFERRED_WORK_GROUP_SIZE_MULTIPLE,
                                    sizeof limits.preferredMultiple, &limits.preferredMultiple);
     if (binding.maxWorkGroupSize == 0) {

@@ -84,8 +84,8 @@ struct OpenCLBinding {
     // synchronisation. `local` null lets the runtime choose.
     cl_int enqueueNDRangeKernel(cl_command_queue queue, cl_kernel kernel, cl_uint dims, const std::size_t* global,
                                 const std::size_t* local) {
-        return call<&OpenCLEntryTable::clEnqueueNDRangeKernel>(queue, kernel, dims, nullptr, global, local, 0u,
-                                                               nullptr, nullptr);
+        return call<&OpenCLEntryTable::clEnqueueNDRangeKernel>(queue, kernel, dims, nullptr, global, local, 0u, nullptr,
+                                                               nullptr);
     }
 };
 

@@ -6,7 +6,8 @@
 
 #include "Suites.h"
 
-OpenCLProgram::OpenCLProgram(OpenCLBinding& binding, std::string_view text, std::initializer_list<const char*> kernelNames)
+OpenCLProgram::OpenCLProgram(OpenCLBinding& binding, std::string_view text,
+                             std::initializer_list<const char*> kernelNames)
     : binding_(binding), text_(text), names_(kernelNames), kernels_(kernelNames.size(), nullptr) {}
 
 bool OpenCLProgram::empty() const {

@@ -170,8 +170,7 @@ int32_t A_Buffer::DrawComplexPoly(const QZ3DPOLY* poly, double a, double b) {
     const auto flush = [&]() {
         tA_BUFFER_SPAN s{};
         bool interior = false;
-        if (piece.row < 0 || !piece.span(s, interior) ||
-            CScanlineIntersect::ClipIntersect(s, m_param.state.width) == 0)
+        if (piece.row < 0 || !piece.span(s, interior) || CScanlineIntersect::ClipIntersect(s, m_param.state.width) == 0)
             return;
         tA_BUFFER_ITEM* item = TakeItem(piece.row);
         item->span = s;

@@ -106,8 +106,8 @@ public:
             const tA_BUFFER_ITEM& top = *active;
             if (!top.next && interiorAt(top, col)) {
                 // A run of whole pixels of one piece needs no masks.
-                const int32_t end = std::min({top.span.interiorEnd, top.span.last + 1,
-                                              pending ? pending->span.first : INT32_MAX});
+                const int32_t end =
+                    std::min({top.span.interiorEnd, top.span.last + 1, pending ? pending->span.first : INT32_MAX});
                 const uint32_t weight = uint32_t{top.opacity} * 64;
                 for (; col < end; ++col) lay(col, sample(top, col), weight);
             } else {

@@ -19,9 +19,7 @@ public:
     }
 
     // floor(n / d) for n < 65536 and d in 1..255.
-    uint32_t divide(uint32_t n, uint32_t d) const {
-        return static_cast<uint32_t>((n * reciprocal_[d]) >> 32);
-    }
+    uint32_t divide(uint32_t n, uint32_t d) const { return static_cast<uint32_t>((n * reciprocal_[d]) >> 32); }
 
 private:
     // 64 bits wide: the reciprocal of 1 is 2^32.

@@ -105,8 +105,8 @@ QZ_EXPORT HRESULT QzDibApplyTransferFunc_QZRGBAFLOAT(const BITMAPINFOHEADER* hea
 // saturation and lightness (each clamped to 0..1), and comes back. The
 // offset's alpha is not used and the pixel's alpha is kept as it was. A
 // null offset is E_POINTER.
-QZ_EXPORT HRESULT QzDibHSLAdjust(void* dst, const RECT* bounds, int32_t stride, const RECT* rect,
-                                 int32_t bytesPerPixel, const QZHSL* offset);
+QZ_EXPORT HRESULT QzDibHSLAdjust(void* dst, const RECT* bounds, int32_t stride, const RECT* rect, int32_t bytesPerPixel,
+                                 const QZHSL* offset);
 
 #ifdef __cplusplus
 }

@@ -163,9 +163,12 @@ extern "C" void QZDIBPIXEL_To_QZHSL_Float(QZHSL* hsl, const QZDIBPIXEL* pixel) {
         moved = true;
     }
     if (moved) {
-        if (r > g && r > b) r = mx;
-        else if (g > b) g = mx;
-        else b = mx;
+        if (r > g && r > b)
+            r = mx;
+        else if (g > b)
+            g = mx;
+        else
+            b = mx;
     }
 
     s = mn + mx;
@@ -178,9 +181,12 @@ extern "C" void QZDIBPIXEL_To_QZHSL_Float(QZHSL* hsl, const QZDIBPIXEL* pixel) {
         moved = true;
     }
     if (moved) {
-        if (g > r && b > r) r = mn;
-        else if (b > g) g = mn;
-        else b = mn;
+        if (g > r && b > r)
+            r = mn;
+        else if (b > g)
+            g = mn;
+        else
+            b = mn;
     }
 
     const double d = mx - mn;

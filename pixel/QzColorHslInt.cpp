@@ -47,9 +47,12 @@ extern "C" uint32_t QzRGBtoHSL(uint32_t rgbWord) {
         const int32_t rd = ((mx - r) * kMax / 6 + half) / d;
         const int32_t gd = ((mx - g) * kMax / 6 + half) / d;
         const int32_t bd = ((mx - b) * kMax / 6 + half) / d;
-        if (r == mx) h = bd - gd;
-        else if (g == mx) h = rd - bd + 80;
-        else h = gd - rd + 160;
+        if (r == mx)
+            h = bd - gd;
+        else if (g == mx)
+            h = rd - bd + 80;
+        else
+            h = gd - rd + 160;
         if (h < 0) h += kMax;
         if (h > kMax) h -= kMax;
     }

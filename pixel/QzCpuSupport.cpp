@@ -34,8 +34,7 @@ uint32_t detectFeatures() {
 
 // Once per process; the first caller detects, any others wait for it.
 const Detection& detection() {
-    static const Detection d{detectFeatures(),
-                             static_cast<int32_t>(std::max(1u, std::thread::hardware_concurrency()))};
+    static const Detection d{detectFeatures(), static_cast<int32_t>(std::max(1u, std::thread::hardware_concurrency()))};
     return d;
 }
 
@@ -71,9 +70,7 @@ extern "C" void QzOnlyAllowCPUSupport(uint32_t bits) {
     gAllowed.store(bits & QZCPU_ALLOWABLE, std::memory_order_relaxed);
 }
 
-extern "C" void QzSetCPUClassBySupport(void) {
-    gAllowed.store(detection().features, std::memory_order_relaxed);
-}
+extern "C" void QzSetCPUClassBySupport(void) { gAllowed.store(detection().features, std::memory_order_relaxed); }
 
 extern "C" uint32_t QzGetOSSupport(uint32_t mask) { return selected(mask) & detection().features; }
 

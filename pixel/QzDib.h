@@ -84,8 +84,9 @@ typedef struct tagRGBQUAD {
 #define BI_BITFIELDS 3u
 
 // FourCCs are stored little-endian, first letter in the low byte.
-#define QZ_FOURCC(a, b, c, d) \
-    ((uint32_t)(uint8_t)(a) | ((uint32_t)(uint8_t)(b) << 8) | ((uint32_t)(uint8_t)(c) << 16) | ((uint32_t)(uint8_t)(d) << 24))
+#define QZ_FOURCC(a, b, c, d)                                                                  \
+    ((uint32_t)(uint8_t)(a) | ((uint32_t)(uint8_t)(b) << 8) | ((uint32_t)(uint8_t)(c) << 16) | \
+     ((uint32_t)(uint8_t)(d) << 24))
 // Straight 32/64/128-bit BGRA.
 #define QZ_COMPRESSION_QZDB QZ_FOURCC('Q', 'Z', 'D', 'B')
 // Grey.

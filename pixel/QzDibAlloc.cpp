@@ -211,8 +211,8 @@ extern "C" void QzDibAllocCounters(int64_t* outLiveBitmaps, int64_t* outLiveByte
 //
 // outPlaneOffsets receives the offsets of the three planes from the first
 // (so the first is 0); a plane the layout does not have gets 0.
-extern "C" HRESULT QzYUVImageBytesAndOffsets(QzPixelType type, int32_t width, int32_t height,
-                                             uint32_t* outImageBytes, uint32_t outPlaneOffsets[3]) {
+extern "C" HRESULT QzYUVImageBytesAndOffsets(QzPixelType type, int32_t width, int32_t height, uint32_t* outImageBytes,
+                                             uint32_t outPlaneOffsets[3]) {
     Planes p;
     if (width < 0 || height < 0 || !yuvPlanes(p, type, static_cast<uint64_t>(width), static_cast<uint64_t>(height)))
         return E_INVALIDARG;

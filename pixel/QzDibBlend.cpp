@@ -12,8 +12,7 @@ void blendBytes(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t dstS
     }
 }
 
-void blendFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t dstStride, int32_t srcStride,
-                 float a) {
+void blendFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t dstStride, int32_t srcStride, float a) {
     for (int32_t y = 0; y < h; ++y, d += dstStride, s += srcStride) {
         auto* df = reinterpret_cast<float*>(d);
         const auto* sf = reinterpret_cast<const float*>(s);
@@ -65,8 +64,8 @@ extern "C" HRESULT QzDibAbsoluteAlphaValueBlend(void* dst, const RECT* dstBounds
                                                 const RECT* dstRect, const void* src, const RECT* srcBounds,
                                                 int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
                                                 double alpha) {
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         // Only the low byte of the rounded strength is kept.
@@ -84,8 +83,8 @@ extern "C" HRESULT QzDibRelativeAlphaValueBlend(void* dst, const RECT* dstBounds
                                                 const RECT* dstRect, const void* src, const RECT* srcBounds,
                                                 int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
                                                 double alpha) {
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         // Unlike the absolute blend, the strength byte is truncated, not rounded.

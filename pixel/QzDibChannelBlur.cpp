@@ -78,8 +78,8 @@ void channelBlur(const qz::Prepared& p, int32_t dstStride, int32_t srcStride, in
 extern "C" HRESULT QzDibChannelBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
                                     const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
                                     int32_t bytesPerPixel, double reduction) {
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     const double k = 1.0 - std::clamp(reduction, 0.0, 1.0);
     const int32_t sw = std::max(2, static_cast<int32_t>(p.w * k));

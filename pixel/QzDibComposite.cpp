@@ -76,8 +76,7 @@ extern "C" HRESULT QzDibComposite(const BITMAPINFOHEADER* dstHeader, void* dstBi
     if (subPixel) {
         const SIZE dstSize{dstHeader->biWidth, dstHeader->biHeight};
         const SIZE srcSize{srcHeader->biWidth, srcHeader->biHeight};
-        return QzDibCompositeSP(dv.top, &dstSize, dv.stride, &d, sv.top, &srcSize, sv.stride, &s, bytesPerPixel,
-                                props);
+        return QzDibCompositeSP(dv.top, &dstSize, dv.stride, &d, sv.top, &srcSize, sv.stride, &s, bytesPerPixel, props);
     }
     return QzDibCompositeUnscaled(dv.top, &dstWhole, dv.stride, &d, sv.top, &srcWhole, sv.stride, &s, bytesPerPixel,
                                   props);

@@ -62,8 +62,8 @@ extern "C" {
 typedef void (*QzCompositeBlendFn)(void* dstPixel, const void* srcPixel, int32_t bytesPerPixel);
 
 typedef struct QzDibCompositeProps {
-    uint32_t size;  // sizeof(QzDibCompositeProps); not checked
-    uint32_t mode;  // QZCOMPOSITE_OVER .. QZCOMPOSITE_SUBTRACT, or QZCOMPOSITE_CALLER
+    uint32_t size;             // sizeof(QzDibCompositeProps); not checked
+    uint32_t mode;             // QZCOMPOSITE_OVER .. QZCOMPOSITE_SUBTRACT, or QZCOMPOSITE_CALLER
     QzCompositeBlendFn blend;  // read only with QZCOMPOSITE_CALLER
 } QzDibCompositeProps;
 
@@ -87,9 +87,8 @@ QZ_EXPORT HRESULT QzDibComposite(const BITMAPINFOHEADER* dstHeader, void* dstBit
 // takes the mode at full strength. bytesPerPixel other than 4 or 16 is
 // E_NOTIMPL. Rows are shared among an OpenMP team inside the call.
 QZ_EXPORT HRESULT QzDibCompositeUnscaled(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                                         const void* src, const RECT* srcBounds, int32_t srcStride,
-                                         const RECT* srcRect, int32_t bytesPerPixel,
-                                         const QzDibCompositeProps* props);
+                                         const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
+                                         int32_t bytesPerPixel, const QzDibCompositeProps* props);
 
 // Sub-pixel form: sizes in pixels, rectangles in 1/16384 pixel (null: the
 // whole image), resolved by QzPrepareSubpixelParam; nothing to do is S_OK.

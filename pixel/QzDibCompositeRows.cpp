@@ -49,8 +49,8 @@ extern "C" HRESULT QzDibCompositeUnscaled(void* dst, const RECT* dstBounds, int3
     const HRESULT hr = qz::composite::checkProps(props);
     if (hr < 0) return hr;
     if (bytesPerPixel != 4 && bytesPerPixel != 16) return E_NOTIMPL;
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     const RowFn row = rowFor(props->mode, bytesPerPixel == 4);
     const QzCompositeBlendFn fn = props->blend;

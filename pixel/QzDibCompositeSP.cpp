@@ -12,9 +12,7 @@ constexpr int32_t kOne = QZ_SUBPIXEL_ONE;
 constexpr int32_t kHalf = kOne / 2;
 
 // The part of pixel i, in 1/16384, that the span [lo, hi) covers.
-int32_t coverage(int32_t i, int32_t lo, int32_t hi) {
-    return std::min((i + 1) * kOne, hi) - std::max(i * kOne, lo);
-}
+int32_t coverage(int32_t i, int32_t lo, int32_t hi) { return std::min((i + 1) * kOne, hi) - std::max(i * kOne, lo); }
 
 // One axis from destination pixels to source positions, in 1/16384. A
 // sample at position i (whole) is pixel i itself, so the centre of pixel i,
@@ -78,9 +76,8 @@ using DriveFn = void (*)(const QzSubpixelParam& p, const SIZE& srcSize, QzCompos
 
 template <uint32_t M, class C>
 void modeDrive(const QzSubpixelParam& p, const SIZE& srcSize, QzCompositeBlendFn) {
-    forEachCovered<C>(p, srcSize, [](C* d, const C* s, uint32_t weight) {
-        qz::composite::composeWeighted<M>(d, s, weight);
-    });
+    forEachCovered<C>(p, srcSize,
+                      [](C* d, const C* s, uint32_t weight) { qz::composite::composeWeighted<M>(d, s, weight); });
 }
 
 // The caller's function works on a copy, which is then mixed in by coverage.

@@ -143,8 +143,8 @@ struct QzXCHG {
 // dstGamma / srcGamma lies outside 0.999..1.001, the float side's reads or
 // writes run the curve v^(srcGamma / dstGamma) on blue, green and red;
 // alpha is never curved.
-QZ_EXPORT HRESULT QzXCHGGetFunctionPointers(QzPixelType srcType, QzPixelType dstType, uint32_t flags,
-                                            QzXCHG* exchange, int32_t blendOp, double dstGamma, double srcGamma);
+QZ_EXPORT HRESULT QzXCHGGetFunctionPointers(QzPixelType srcType, QzPixelType dstType, uint32_t flags, QzXCHG* exchange,
+                                            int32_t blendOp, double dstGamma, double srcGamma);
 
 // Copies up to 256 palette entries into the block, opaque; entries beyond
 // `count` read as opaque black.
@@ -177,10 +177,9 @@ QZ_EXPORT uint8_t QzColorQuantizerIndex(const QzColorQuantizer* quantizer, uint8
 // destination: at 1-based distance d from the edge the source's share is
 // d * (65535 / (width + 1)) / 65536, the largest share of the selected
 // edges counting; pixels beyond the width copy plainly.
-QZ_EXPORT HRESULT QzDibCopy(const BITMAPINFOHEADER* dstHeader, void* dstBits, const RECT* dstRect,
-                            int32_t dstStride, const BITMAPINFOHEADER* srcHeader, const void* srcBits,
-                            const RECT* srcRect, int32_t srcStride, uint32_t flags, double dstGamma,
-                            double srcGamma);
+QZ_EXPORT HRESULT QzDibCopy(const BITMAPINFOHEADER* dstHeader, void* dstBits, const RECT* dstRect, int32_t dstStride,
+                            const BITMAPINFOHEADER* srcHeader, const void* srcBits, const RECT* srcRect,
+                            int32_t srcStride, uint32_t flags, double dstGamma, double srcGamma);
 
 // Fills rect with one colour through the exchange: the channels are scaled
 // by 255.0f for the byte form and 65535.0f for the u16 form and truncated,
@@ -211,8 +210,8 @@ QZ_EXPORT HRESULT QzDibFadeToColor(const BITMAPINFOHEADER* header, void* bits, c
 // with flags 19: the u16 form with the exact byte expansion. Types outside
 // 16..34 give E_NOTIMPL. Outside the image: E_NOTIMPL for get,
 // E_INVALIDARG for set, a difference callers have come to rely on.
-QZ_EXPORT HRESULT QzDibGetPixel(const BITMAPINFOHEADER* header, const void* bits, int32_t stride, int32_t x,
-                                int32_t y, tQZPIXEL64* outPixel);
+QZ_EXPORT HRESULT QzDibGetPixel(const BITMAPINFOHEADER* header, const void* bits, int32_t stride, int32_t x, int32_t y,
+                                tQZPIXEL64* outPixel);
 QZ_EXPORT HRESULT QzDibSetPixel(const BITMAPINFOHEADER* header, void* bits, int32_t stride, int32_t x, int32_t y,
                                 const tQZPIXEL64* pixel);
 

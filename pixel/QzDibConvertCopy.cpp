@@ -37,9 +37,7 @@ RECT toWholePixels(const RECT& r) { return RECT{r.left / kOne, r.top / kOne, r.r
 
 bool hasNegative(const RECT& r) { return r.left < 0 || r.top < 0 || r.right < 0 || r.bottom < 0; }
 
-bool sameSize(const RECT& a, const RECT& b) {
-    return qz::width(a) == qz::width(b) && qz::height(a) == qz::height(b);
-}
+bool sameSize(const RECT& a, const RECT& b) { return qz::width(a) == qz::width(b) && qz::height(a) == qz::height(b); }
 
 // The pairs that the dedicated scalers take: byte BGRA to byte BGRA, and
 // float to float.
@@ -186,8 +184,8 @@ HRESULT convertFractional(const CopyRequest& r) {
         const bool bicubic = (r.flags & QZCOPY_BICUBIC) != 0;
         hr = bicubic ? qz::scaleBiCubic(p, 16) : qz::scaleBilinear(p, 16);
         if (hr < 0) return hr;
-        return QzDibCopy(r.dstHeader, r.dstBits, &dstCover, r.dstStride, &to.header, to.bits.data(), nullptr, 0,
-                         flags, 0.0, 0.0);
+        return QzDibCopy(r.dstHeader, r.dstBits, &dstCover, r.dstStride, &to.header, to.bits.data(), nullptr, 0, flags,
+                         0.0, 0.0);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
@@ -204,10 +202,9 @@ HRESULT copyScaledWholePixels(const CopyRequest& r) { return scaleDirect(r, fals
 
 }  // namespace
 
-extern "C" HRESULT QzDibCopy(const BITMAPINFOHEADER* dstHeader, void* dstBits, const RECT* dstRect,
-                             int32_t dstStride, const BITMAPINFOHEADER* srcHeader, const void* srcBits,
-                             const RECT* srcRect, int32_t srcStride, uint32_t flags, double dstGamma,
-                             double srcGamma) {
+extern "C" HRESULT QzDibCopy(const BITMAPINFOHEADER* dstHeader, void* dstBits, const RECT* dstRect, int32_t dstStride,
+                             const BITMAPINFOHEADER* srcHeader, const void* srcBits, const RECT* srcRect,
+                             int32_t srcStride, uint32_t flags, double dstGamma, double srcGamma) {
     if (!dstHeader || !srcHeader) return E_POINTER;
     CopyRequest r{};
     r.dstHeader = dstHeader;

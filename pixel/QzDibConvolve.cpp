@@ -32,11 +32,10 @@ constexpr int kBlurKernel[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
 
 }  // namespace
 
-extern "C" HRESULT QzDibBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                             const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
-                             int32_t bytesPerPixel) {
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+extern "C" HRESULT QzDibBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect, const void* src,
+                             const RECT* srcBounds, int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel) {
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         // Note: the weighted sum is shifted, so the blur truncates.
@@ -62,8 +61,8 @@ extern "C" HRESULT QzDib3x3Convolution(void* dst, const RECT* dstBounds, int32_t
                                        const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
                                        int32_t bytesPerPixel, const int32_t* kernel, int32_t divisor) {
     if (!kernel) return E_POINTER;
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (divisor == 0) return E_INVALIDARG;
     if (bytesPerPixel == 4) {

@@ -38,8 +38,8 @@ void fadeFloats(uint8_t* d, const uint8_t* s, int32_t w, int32_t h, int32_t dstS
 extern "C" HRESULT QzDibWeightedCrossFade(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
                                           double dstWeight, const void* src, const RECT* srcBounds, int32_t srcStride,
                                           const RECT* srcRect, double srcWeight, int32_t bytesPerPixel) {
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         const int32_t wd = qz::truncToInt32(dstWeight * 16384.0);

@@ -80,9 +80,7 @@ struct FloatCurve {
 };
 
 struct FloatCopy {
-    void operator()(uint8_t* d, const uint8_t* s, int32_t w) const {
-        std::memcpy(d, s, static_cast<size_t>(w) * 16);
-    }
+    void operator()(uint8_t* d, const uint8_t* s, int32_t w) const { std::memcpy(d, s, static_cast<size_t>(w) * 16); }
 };
 
 // Bytes (BGRA, or BGR with N = 3 and an opaque alpha) to float: colour

@@ -24,8 +24,7 @@ QZ_EXPORT HRESULT QzDibGaussianBlur(void* dst, const RECT* dstBounds, int32_t ds
 // receives 16-byte float pixels on the 0 to 255 scale, unclamped.
 QZ_EXPORT HRESULT QzDibGaussianBlur_Float(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
                                           const void* src, const RECT* srcBounds, int32_t srcStride,
-                                          const RECT* srcRect, double hRadius, double vRadius,
-                                          int32_t bytesPerPixel);
+                                          const RECT* srcRect, double hRadius, double vRadius, int32_t bytesPerPixel);
 
 // One channel; the destination's other channels are left as they are.
 QZ_EXPORT HRESULT QzDibGaussianChannelBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
@@ -41,9 +40,8 @@ QZ_EXPORT HRESULT QzDibGaussianChannelToChannelBlur(void* dst, const RECT* dstBo
 // The fixed 1-2-1 x 1-2-1 blur over all four channels; edges replicate the
 // rectangle's edge pixels. 8-bit sums are shifted right by 4 (truncating),
 // float sums multiplied by 1/16. src and dst must not overlap.
-QZ_EXPORT HRESULT QzDibBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                            const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
-                            int32_t bytesPerPixel);
+QZ_EXPORT HRESULT QzDibBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect, const void* src,
+                            const RECT* srcBounds, int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel);
 
 // A 3 x 3 kernel of nine integers, row by row, over a divisor; same edge
 // rule. 8-bit: the integer sum divided with truncation and clamped to 0 to

@@ -98,9 +98,7 @@ void swapRBPacked(const Region& r) {
 }
 
 // 5-5-5: red in bits 10-14, blue in 0-4, bit 15 kept.
-uint16_t swap555(uint16_t w) {
-    return static_cast<uint16_t>((w & 0x83E0) | ((w >> 10) & 0x1F) | ((w & 0x1F) << 10));
-}
+uint16_t swap555(uint16_t w) { return static_cast<uint16_t>((w & 0x83E0) | ((w >> 10) & 0x1F) | ((w & 0x1F) << 10)); }
 // 5-6-5: red in bits 11-15, blue in 0-4.
 uint16_t swap565(uint16_t w) { return static_cast<uint16_t>((w & 0x07E0) | (w >> 11) | ((w & 0x1F) << 11)); }
 // 10-10-10: red in bits 20-29, blue in 0-9, the two top bits kept.
@@ -115,18 +113,18 @@ struct Entry {
 constexpr QzPixelType kFirstType = QzPixelPal4;
 // Types 23 to 34; 33 is no type. A null function is E_NOTIMPL.
 constexpr Entry kEntries[] = {
-    {flipRowsNibbles, nullptr, nullptr},                                                   // 23 Pal4
-    {flipRowsBytes<1>, nullptr, nullptr},                                                  // 24 Pal8
-    {flipRowsBytes<2>, nullptr, swapRBPacked<uint16_t, swap555>},                          // 25 RGB555
-    {flipRowsBytes<2>, nullptr, swapRBPacked<uint16_t, swap565>},                          // 26 RGB565
-    {flipRowsBytes<3>, mirrorColumns<3>, swapRBChannels<3, 1>},                            // 27 RGB24
-    {flipRowsBytes<4>, mirrorColumns<4>, swapRBChannels<4, 1>},                            // 28 RGB32
-    {flipRowsBytes<4>, mirrorColumns<4>, swapRBChannels<4, 1>},                            // 29 RGBA32
-    {flipRowsBytes<4>, mirrorColumns<4>, swapRBPacked<uint32_t, swap101010>},              // 30 RGB10
-    {flipRowsBytes<8>, nullptr, swapRBChannels<8, 2>},                                     // 31 RGBA64
-    {flipRowsBytes<16>, mirrorColumns<16>, swapRBChannels<16, 4>},                         // 32 RGBA128
-    {nullptr, nullptr, nullptr},                                                           // 33
-    {flipRowsBytes<4>, mirrorColumns<4>, swapRBPacked<uint32_t, swap101010>},              // 34 RGB10Alt
+    {flipRowsNibbles, nullptr, nullptr},                                       // 23 Pal4
+    {flipRowsBytes<1>, nullptr, nullptr},                                      // 24 Pal8
+    {flipRowsBytes<2>, nullptr, swapRBPacked<uint16_t, swap555>},              // 25 RGB555
+    {flipRowsBytes<2>, nullptr, swapRBPacked<uint16_t, swap565>},              // 26 RGB565
+    {flipRowsBytes<3>, mirrorColumns<3>, swapRBChannels<3, 1>},                // 27 RGB24
+    {flipRowsBytes<4>, mirrorColumns<4>, swapRBChannels<4, 1>},                // 28 RGB32
+    {flipRowsBytes<4>, mirrorColumns<4>, swapRBChannels<4, 1>},                // 29 RGBA32
+    {flipRowsBytes<4>, mirrorColumns<4>, swapRBPacked<uint32_t, swap101010>},  // 30 RGB10
+    {flipRowsBytes<8>, nullptr, swapRBChannels<8, 2>},                         // 31 RGBA64
+    {flipRowsBytes<16>, mirrorColumns<16>, swapRBChannels<16, 4>},             // 32 RGBA128
+    {nullptr, nullptr, nullptr},                                               // 33
+    {flipRowsBytes<4>, mirrorColumns<4>, swapRBPacked<uint32_t, swap101010>},  // 34 RGB10Alt
 };
 
 const Entry* entryOf(const BITMAPINFOHEADER* header) {

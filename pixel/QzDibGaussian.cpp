@@ -32,8 +32,8 @@ inline void store(float& d, double v) { d = static_cast<float>(v); }
 // pixel are four elements apart in both depths; srcChannel and dstChannel
 // are element offsets within the pixel.
 template <int C, typename Src, typename Dst>
-HRESULT blur(uint8_t* dst, int32_t dstStride, int dstChannel, const uint8_t* src, int32_t srcStride,
-             int srcChannel, int32_t w, int32_t h, double hRadius, double vRadius) {
+HRESULT blur(uint8_t* dst, int32_t dstStride, int dstChannel, const uint8_t* src, int32_t srcStride, int srcChannel,
+             int32_t w, int32_t h, double hRadius, double vRadius) {
     const qz::GaussianCoefficients gh = qz::gaussianCoefficients(qz::gaussianSigma(hRadius));
     const qz::GaussianCoefficients gv = qz::gaussianCoefficients(qz::gaussianSigma(vRadius));
     if constexpr (C == 4) {
@@ -98,8 +98,8 @@ int channelElement(QzChannel channel, int32_t bytesPerPixel) {
 extern "C" HRESULT QzDibGaussianBlur(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
                                      const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
                                      double hRadius, double vRadius, int32_t bytesPerPixel) {
-    const Prepared p = prepare(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel,
-                               bytesPerPixel);
+    const Prepared p =
+        prepare(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4)
         return blur<4, uint8_t, uint8_t>(p.dst, dstStride, 0, p.src, srcStride, 0, p.w, p.h, hRadius, vRadius);
@@ -110,8 +110,7 @@ extern "C" HRESULT QzDibGaussianBlur(void* dst, const RECT* dstBounds, int32_t d
 // unclamped, in a destination of 16-byte pixels.
 extern "C" HRESULT QzDibGaussianBlur_Float(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
                                            const void* src, const RECT* srcBounds, int32_t srcStride,
-                                           const RECT* srcRect, double hRadius, double vRadius,
-                                           int32_t bytesPerPixel) {
+                                           const RECT* srcRect, double hRadius, double vRadius, int32_t bytesPerPixel) {
     if (bytesPerPixel != 4)
         return QzDibGaussianBlur(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, hRadius,
                                  vRadius, bytesPerPixel);
@@ -126,8 +125,8 @@ extern "C" HRESULT QzDibGaussianChannelToChannelBlur(void* dst, const RECT* dstB
                                                      const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
                                                      QzChannel srcChannel, double hRadius, double vRadius,
                                                      int32_t bytesPerPixel) {
-    const Prepared p = prepare(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel,
-                               bytesPerPixel);
+    const Prepared p =
+        prepare(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel, bytesPerPixel);
     if (p.empty()) return p.hr;
     const int d = channelElement(dstChannel, bytesPerPixel);
     const int s = channelElement(srcChannel, bytesPerPixel);

@@ -58,7 +58,9 @@ extern "C" HRESULT QzDibHSLAdjust(void* dst, const RECT* bounds, int32_t stride,
     uint8_t* first = nullptr;
     const HRESULT hr = QzDibPrepareSet(&w, &h, &first, dst, bounds, stride, rect, bytesPerPixel);
     if (hr < 0 || w == 0 || h == 0) return hr;
-    if (bytesPerPixel == 4) adjustBytes(first, w, h, stride, *offset);
-    else adjustFloats(first, w, h, stride, bytesPerPixel, *offset);
+    if (bytesPerPixel == 4)
+        adjustBytes(first, w, h, stride, *offset);
+    else
+        adjustFloats(first, w, h, stride, bytesPerPixel, *offset);
     return S_OK;
 }

@@ -62,11 +62,11 @@ void underFloats(const qz::Prepared& p, int32_t ds, int32_t ss) {
 
 }  // namespace
 
-extern "C" HRESULT QzDibOver(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                             const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
-                             int32_t bytesPerPixel, const double* color) {
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+extern "C" HRESULT QzDibOver(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect, const void* src,
+                             const RECT* srcBounds, int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
+                             const double* color) {
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     const bool bytes = bytesPerPixel == 4;
     if (!color) {
@@ -89,11 +89,10 @@ extern "C" HRESULT QzDibOver(void* dst, const RECT* dstBounds, int32_t dstStride
     return p.hr;
 }
 
-extern "C" HRESULT QzDibUnder(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                              const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
-                              int32_t bytesPerPixel) {
-    const qz::Prepared p = qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect,
-                                           bytesPerPixel);
+extern "C" HRESULT QzDibUnder(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect, const void* src,
+                              const RECT* srcBounds, int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel) {
+    const qz::Prepared p =
+        qz::prepareCopy(dst, dstBounds, dstStride, dstRect, src, srcBounds, srcStride, srcRect, bytesPerPixel);
     if (p.empty()) return p.hr;
     if (bytesPerPixel == 4) {
         underBytes(p, dstStride, srcStride);

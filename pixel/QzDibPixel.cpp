@@ -19,8 +19,8 @@ uint8_t* rowOf(const BITMAPINFOHEADER& h, const void* bits, int32_t stride, int3
 
 }  // namespace
 
-extern "C" HRESULT QzDibGetPixel(const BITMAPINFOHEADER* header, const void* bits, int32_t stride, int32_t x,
-                                 int32_t y, tQZPIXEL64* outPixel) {
+extern "C" HRESULT QzDibGetPixel(const BITMAPINFOHEADER* header, const void* bits, int32_t stride, int32_t x, int32_t y,
+                                 tQZPIXEL64* outPixel) {
     if (!header || !outPixel) return E_POINTER;
     const QzPixelType type = QzGetPixelType(header);
     if (!qz::isExchangeType(type) || !inside(*header, x, y)) return E_NOTIMPL;

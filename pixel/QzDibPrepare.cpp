@@ -51,9 +51,7 @@ void clipEdges(int32_t& lo, int32_t& hi, int32_t& plo, int32_t& phi, int32_t lim
     if (n <= 0) return;
     // Note: the proportional cut truncates; a 64-bit product keeps huge
     // rectangles from overflowing before the division.
-    const auto scaled = [&](int32_t cut) {
-        return static_cast<int32_t>(static_cast<int64_t>(cut) * partnerSize / n);
-    };
+    const auto scaled = [&](int32_t cut) { return static_cast<int32_t>(static_cast<int64_t>(cut) * partnerSize / n); };
     if (lo < 0) {
         const int32_t cut = -lo;
         lo = 0;
@@ -67,7 +65,7 @@ void clipEdges(int32_t& lo, int32_t& hi, int32_t& plo, int32_t& phi, int32_t lim
 }
 
 void fillSide(QzDibPluginSide& side, const BITMAPINFOHEADER* header, const void* bits, const RECT& rect,
-                 int32_t stride) {
+              int32_t stride) {
     side.header = header;
     side.bits = qz::bitsOf(header, bits);
     side.stride = qz::strideOf(header, stride);
@@ -96,8 +94,8 @@ extern "C" HRESULT QzDibPrepareSet(int32_t* outWidth, int32_t* outHeight, uint8_
 
 extern "C" HRESULT QzDibPrepareCopy(int32_t* outWidth, int32_t* outHeight, uint8_t** outSrc, uint8_t** outDst,
                                     void* dstBits, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                                    const void* srcBits, const RECT* srcBounds, int32_t srcStride,
-                                    const RECT* srcRect, int32_t bytesPerPixel) {
+                                    const void* srcBits, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
+                                    int32_t bytesPerPixel) {
     return QzDibPrepareTransform(nullptr, outWidth, outHeight, outSrc, outDst, dstBits, dstBounds, dstStride, dstRect,
                                  srcBits, srcBounds, srcStride, srcRect, bytesPerPixel, nullptr);
 }

@@ -18,8 +18,8 @@ extern "C" {
 // clip leaves nothing.
 QZ_EXPORT HRESULT QzDibPrepareCopy(int32_t* outWidth, int32_t* outHeight, uint8_t** outSrc, uint8_t** outDst,
                                    void* dstBits, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                                   const void* srcBits, const RECT* srcBounds, int32_t srcStride,
-                                   const RECT* srcRect, int32_t bytesPerPixel);
+                                   const void* srcBits, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
+                                   int32_t bytesPerPixel);
 
 // Copies srcRect of the source onto dstRect of the destination, one
 // memcpy per row. Returns the preparation's status.
@@ -32,10 +32,9 @@ QZ_EXPORT HRESULT QzDibCopyUnscaled(void* dst, const RECT* dstBounds, int32_t ds
 // 8-bit: the strength becomes a byte by round-half-even of
 // alpha * 255 (in float) + 1.5e-8, then the reference mix. Float:
 // d = (s - d) * alpha + d in single precision.
-QZ_EXPORT HRESULT QzDibAbsoluteAlphaValueBlend(void* dst, const RECT* dstBounds, int32_t dstStride,
-                                               const RECT* dstRect, const void* src, const RECT* srcBounds,
-                                               int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
-                                               double alpha);
+QZ_EXPORT HRESULT QzDibAbsoluteAlphaValueBlend(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
+                                               const void* src, const RECT* srcBounds, int32_t srcStride,
+                                               const RECT* srcRect, int32_t bytesPerPixel, double alpha);
 
 // The operations below also refuse a null pixel pointer with E_POINTER;
 // like a failed preparation, it leaves every pixel as it was.
@@ -45,10 +44,9 @@ QZ_EXPORT HRESULT QzDibAbsoluteAlphaValueBlend(void* dst, const RECT* dstBounds,
 // w = (srcAlpha * a) >> 8, then the reference mix at w. The float path
 // works on truncated integers, not on the 0-to-1 range: every value comes
 // back as the float of a byte, so an image of values below 1 becomes zero.
-QZ_EXPORT HRESULT QzDibRelativeAlphaValueBlend(void* dst, const RECT* dstBounds, int32_t dstStride,
-                                               const RECT* dstRect, const void* src, const RECT* srcBounds,
-                                               int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
-                                               double alpha);
+QZ_EXPORT HRESULT QzDibRelativeAlphaValueBlend(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
+                                               const void* src, const RECT* srcBounds, int32_t srcStride,
+                                               const RECT* srcRect, int32_t bytesPerPixel, double alpha);
 
 // ---- Fills ----
 
@@ -65,15 +63,14 @@ QZ_EXPORT HRESULT QzDibSetUnscaled(void* dst, const RECT* bounds, int32_t stride
 // matte the source was premultiplied against) the matte is taken out as
 // the source is laid down, each colour channel clamped to the pixel range,
 // and the destination alpha stays.
-QZ_EXPORT HRESULT QzDibOver(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                            const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
-                            int32_t bytesPerPixel, const double* color);
+QZ_EXPORT HRESULT QzDibOver(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect, const void* src,
+                            const RECT* srcBounds, int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
+                            const double* color);
 
 // Source under destination: the destination's alpha decides how much of it
 // stays, all four channels; at destination alpha 0 the source comes through.
-QZ_EXPORT HRESULT QzDibUnder(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect,
-                             const void* src, const RECT* srcBounds, int32_t srcStride, const RECT* srcRect,
-                             int32_t bytesPerPixel);
+QZ_EXPORT HRESULT QzDibUnder(void* dst, const RECT* dstBounds, int32_t dstStride, const RECT* dstRect, const void* src,
+                             const RECT* srcBounds, int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel);
 
 // ---- Alpha preparation ----
 
@@ -90,9 +87,8 @@ QZ_EXPORT HRESULT QzDibPatchPreMultiplied(void* dst, const RECT* bounds, int32_t
 // Brings an image to premultiplied form. The bounds are {0, 0, boundsWidth,
 // boundsHeight}. mode -1 and 0: opaque alpha; 1: premultiply; 2 and 3:
 // QzDibPrepAlphaImage, straight for 3. Any other mode is E_NOTIMPL.
-QZ_EXPORT HRESULT QzDibPrepAlpha(void* dst, int32_t boundsWidth, int32_t boundsHeight, int32_t stride,
-                                 const RECT* rect, int32_t mode, const float* matte, int32_t bytesPerPixel,
-                                 double gammaA, double gammaB);
+QZ_EXPORT HRESULT QzDibPrepAlpha(void* dst, int32_t boundsWidth, int32_t boundsHeight, int32_t stride, const RECT* rect,
+                                 int32_t mode, const float* matte, int32_t bytesPerPixel, double gammaA, double gammaB);
 
 // Takes a matte colour (three floats, blue first, or null) out of an image
 // that was composited against it, leaving a premultiplied image. With no
@@ -105,8 +101,8 @@ QZ_EXPORT HRESULT QzDibPrepAlpha(void* dst, int32_t boundsWidth, int32_t boundsH
 // the same whether or not the colour was straight before matting
 // (straightMode), so the flag changes nothing in the arithmetic.
 QZ_EXPORT HRESULT QzDibPrepAlphaImage(void* dst, const RECT* bounds, int32_t stride, const RECT* rect,
-                                      int32_t straightMode, const float* matte, int32_t bytesPerPixel,
-                                      double gammaA, double gammaB);
+                                      int32_t straightMode, const float* matte, int32_t bytesPerPixel, double gammaA,
+                                      double gammaB);
 
 // ---- Colour ----
 
@@ -188,9 +184,8 @@ QZ_EXPORT HRESULT QzDibWeightedCrossFade(void* dst, const RECT* dstBounds, int32
 // lie in 0 to 1. mode chose between two arrangements of the same loops;
 // both give the same pixels, so it changes nothing here. A null table is
 // E_POINTER.
-QZ_EXPORT HRESULT QzDibSingleLUT(void* dst, const RECT* bounds, int32_t stride, const RECT* rect,
-                                 int32_t bytesPerPixel, const void* lut, int32_t byteTable, int32_t includeAlpha,
-                                 int32_t mode);
+QZ_EXPORT HRESULT QzDibSingleLUT(void* dst, const RECT* bounds, int32_t stride, const RECT* rect, int32_t bytesPerPixel,
+                                 const void* lut, int32_t byteTable, int32_t includeAlpha, int32_t mode);
 
 // QzDibSingleLUT with a table per channel; a null table leaves its channel
 // alone.

@@ -36,8 +36,8 @@ typedef struct QzSubpixelParam {
 // clipped source is under one pixel or the clipped destination under 1/16
 // pixel (1024 units) on either axis, or an argument is null or negative.
 QZ_EXPORT int32_t QzPrepareSubpixelParam(QzSubpixelParam* param, void* dst, const SIZE* dstSize, int32_t dstStride,
-                                         const RECT* dstRect, const void* src, const SIZE* srcSize,
-                                         int32_t srcStride, const RECT* srcRect);
+                                         const RECT* dstRect, const void* src, const SIZE* srcSize, int32_t srcStride,
+                                         const RECT* srcRect);
 
 // Resamples srcRect onto dstRect, whole-pixel rectangles (shifted left by 14
 // and handed to the sub-pixel form). At 1:1 on both axes, rows are copied.
@@ -45,17 +45,15 @@ QZ_EXPORT int32_t QzPrepareSubpixelParam(QzSubpixelParam* param, void* dst, cons
 QZ_EXPORT HRESULT QzDibScale_Bilinear(void* dst, const SIZE* dstSize, int32_t dstStride, const RECT* dstRect,
                                       const void* src, const SIZE* srcSize, int32_t srcStride, const RECT* srcRect,
                                       int32_t bytesPerPixel, uint32_t flags, void* extra);
-QZ_EXPORT HRESULT QzDibScale_BilinearSubPixel(void* dst, const SIZE* dstSize, int32_t dstStride,
-                                              const RECT* dstRect, const void* src, const SIZE* srcSize,
-                                              int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
-                                              uint32_t flags, void* extra);
+QZ_EXPORT HRESULT QzDibScale_BilinearSubPixel(void* dst, const SIZE* dstSize, int32_t dstStride, const RECT* dstRect,
+                                              const void* src, const SIZE* srcSize, int32_t srcStride,
+                                              const RECT* srcRect, int32_t bytesPerPixel, uint32_t flags, void* extra);
 QZ_EXPORT HRESULT QzDibScale_BiCubic(void* dst, const SIZE* dstSize, int32_t dstStride, const RECT* dstRect,
                                      const void* src, const SIZE* srcSize, int32_t srcStride, const RECT* srcRect,
                                      int32_t bytesPerPixel, uint32_t flags, void* extra);
 QZ_EXPORT HRESULT QzDibScale_BiCubicSubPixel(void* dst, const SIZE* dstSize, int32_t dstStride, const RECT* dstRect,
                                              const void* src, const SIZE* srcSize, int32_t srcStride,
-                                             const RECT* srcRect, int32_t bytesPerPixel, uint32_t flags,
-                                             void* extra);
+                                             const RECT* srcRect, int32_t bytesPerPixel, uint32_t flags, void* extra);
 
 // Four-neighbour samples at fractions fx, fy of 0 to 16383 from the pixel at
 // p toward its right and lower neighbours (p + 4 or 16, p + stride). No

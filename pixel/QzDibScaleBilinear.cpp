@@ -90,8 +90,8 @@ std::vector<Sample> samples(const ScaleAxis& a, intptr_t pitch) {
     for (int32_t x = a.firstDst(); x < a.endDst(); ++x) {
         const int64_t pos = a.samplePosition(x);
         const auto ix = static_cast<int32_t>(pos >> 14);
-        out.push_back(Sample{ix * pitch, ix < a.lastPixel() ? pitch : 0, static_cast<uint32_t>(pos & (kOne - 1)),
-                             a.cover(x)});
+        out.push_back(
+            Sample{ix * pitch, ix < a.lastPixel() ? pitch : 0, static_cast<uint32_t>(pos & (kOne - 1)), a.cover(x)});
     }
     return out;
 }
@@ -146,8 +146,7 @@ void copyRows(const QzSubpixelParam& p, int32_t bytesPerPixel) {
     for (int32_t y = 0; y < h; ++y, s += p.srcStride, d += p.dstStride) std::memcpy(d, s, w);
 }
 
-HRESULT checkArgs(const void* dst, const SIZE* dstSize, const void* src, const SIZE* srcSize,
-                  int32_t bytesPerPixel) {
+HRESULT checkArgs(const void* dst, const SIZE* dstSize, const void* src, const SIZE* srcSize, int32_t bytesPerPixel) {
     if (!dst || !dstSize || !src || !srcSize) return E_POINTER;
     return bytesPerPixel == 4 || bytesPerPixel == 16 ? S_OK : E_INVALIDARG;
 }
@@ -159,8 +158,7 @@ bool toUnits(const RECT& r, RECT& out) {
         o = static_cast<int32_t>(u);
         return u >= INT32_MIN && u <= INT32_MAX;
     };
-    return shift(r.left, out.left) && shift(r.top, out.top) && shift(r.right, out.right) &&
-           shift(r.bottom, out.bottom);
+    return shift(r.left, out.left) && shift(r.top, out.top) && shift(r.right, out.right) && shift(r.bottom, out.bottom);
 }
 
 }  // namespace
@@ -296,10 +294,9 @@ extern "C" HRESULT QzDibScale_Bilinear(void* dst, const SIZE* dstSize, int32_t d
                                 bytesPerPixel);
 }
 
-extern "C" HRESULT QzDibScale_BilinearSubPixel(void* dst, const SIZE* dstSize, int32_t dstStride,
-                                               const RECT* dstRect, const void* src, const SIZE* srcSize,
-                                               int32_t srcStride, const RECT* srcRect, int32_t bytesPerPixel,
-                                               uint32_t, void*) {
+extern "C" HRESULT QzDibScale_BilinearSubPixel(void* dst, const SIZE* dstSize, int32_t dstStride, const RECT* dstRect,
+                                               const void* src, const SIZE* srcSize, int32_t srcStride,
+                                               const RECT* srcRect, int32_t bytesPerPixel, uint32_t, void*) {
     return qz::scaleSubPixel(qz::scaleBilinear, dst, dstSize, dstStride, dstRect, src, srcSize, srcStride, srcRect,
                              bytesPerPixel);
 }

@@ -14,9 +14,7 @@ constexpr int32_t kOne = 16384;
 
 // Float to integer by truncation toward zero, with values beyond the
 // integer range (and NaN) giving 0 rather than undefined behaviour.
-int32_t truncated(float v) {
-    return v > -2147483648.0f && v < 2147483648.0f ? static_cast<int32_t>(v) : 0;
-}
+int32_t truncated(float v) { return v > -2147483648.0f && v < 2147483648.0f ? static_cast<int32_t>(v) : 0; }
 
 // Four copies of the colour in the exchange form; integer forms keep the
 // low bits of the truncated, unclamped scale.
@@ -24,13 +22,13 @@ void fillForm(unsigned char* out, int32_t width, float r, float g, float b, floa
     for (int32_t i = 0; i < 4; ++i) {
         if (width == 0) {
             const tQZPIXEL32 p{static_cast<uint8_t>(truncated(b * 255.0f)), static_cast<uint8_t>(truncated(g * 255.0f)),
-                               static_cast<uint8_t>(truncated(r * 255.0f)), static_cast<uint8_t>(truncated(a * 255.0f))};
+                               static_cast<uint8_t>(truncated(r * 255.0f)),
+                               static_cast<uint8_t>(truncated(a * 255.0f))};
             std::memcpy(out + 4 * i, &p, sizeof p);
         } else if (width == 1) {
-            const tQZPIXEL64 p{static_cast<uint16_t>(truncated(b * 65535.0f)),
-                               static_cast<uint16_t>(truncated(g * 65535.0f)),
-                               static_cast<uint16_t>(truncated(r * 65535.0f)),
-                               static_cast<uint16_t>(truncated(a * 65535.0f))};
+            const tQZPIXEL64 p{
+                static_cast<uint16_t>(truncated(b * 65535.0f)), static_cast<uint16_t>(truncated(g * 65535.0f)),
+                static_cast<uint16_t>(truncated(r * 65535.0f)), static_cast<uint16_t>(truncated(a * 65535.0f))};
             std::memcpy(out + 8 * i, &p, sizeof p);
         } else {
             const tQZPIXEL128 p{b, g, r, a};

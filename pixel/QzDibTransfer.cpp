@@ -54,7 +54,8 @@ extern "C" HRESULT QzDibLinearize_QZRGBAFLOAT_From_RGBA(const BITMAPINFOHEADER* 
     // Note: the inputs are i * 0.00392156862745098, a hair under 1/255, which
     // for some bytes (33, 132, ...) is one bit below i / 255.
     float table[256];
-    for (int i = 0; i < 256; ++i) table[i] = static_cast<float>(decodeTransfer(curveIndex, i * 0.00392156862745098, gamma));
+    for (int i = 0; i < 256; ++i)
+        table[i] = static_cast<float>(decodeTransfer(curveIndex, i * 0.00392156862745098, gamma));
 
     const int32_t ds = strideOf(dstHeader, dstStride), ss = strideOf(srcHeader, srcStride);
     uint8_t* dRow = firstPixel(*dstHeader, bitsOf(dstHeader, dstBits), ds, d, 16);

@@ -28,7 +28,7 @@
 namespace qz {
 namespace {
 
-constexpr int kRows = 4;     // rows per group in the horizontal pass
+constexpr int kRows = 4;      // rows per group in the horizontal pass
 constexpr int kColumns = 16;  // columns per block in the vertical pass
 
 // Scratch memory from whole pages of its own, asked to be backed by huge
@@ -73,8 +73,8 @@ struct Table {
 Table makeTable(const GaussianCoefficients& g) {
     Table t;
     for (int k = 0; k < 5; ++k)
-        t.tap[k] = Tap{_mm_set1_pd(g.np[k]), _mm_set1_pd(g.dp[k]), _mm_set1_pd(g.nm[k]),
-                       _mm_set1_pd(g.np[k] - g.bp[k]), _mm_set1_pd(g.nm[k] - g.bm[k])};
+        t.tap[k] = Tap{_mm_set1_pd(g.np[k]), _mm_set1_pd(g.dp[k]), _mm_set1_pd(g.nm[k]), _mm_set1_pd(g.np[k] - g.bp[k]),
+                       _mm_set1_pd(g.nm[k] - g.bm[k])};
     return t;
 }
 
@@ -214,8 +214,8 @@ constexpr int kAhead = 16;  // rows of prefetch distance in the vertical pass
 
 // B columns from x0 on out of the float bitmap into dst.
 template <int B, typename Dst>
-void filterColumns(uint8_t* dst, int32_t dstStride, const float* pass, int w, int h, int x0, __m128d* x,
-                   __m128d* y, const Table& c) {
+void filterColumns(uint8_t* dst, int32_t dstStride, const float* pass, int w, int h, int x0, __m128d* x, __m128d* y,
+                   const Table& c) {
     constexpr int L = 2 * B;
     const size_t passStride = static_cast<size_t>(w) * 4;
     for (int i = 0; i < h; ++i) {
@@ -236,8 +236,8 @@ void filterColumns(uint8_t* dst, int32_t dstStride, const float* pass, int w, in
 }  // namespace
 
 template <typename Src, typename Dst>
-HRESULT gaussianBlurVector(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride, int32_t w,
-                           int32_t h, const GaussianCoefficients& gh, const GaussianCoefficients& gv) {
+HRESULT gaussianBlurVector(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride, int32_t w, int32_t h,
+                           const GaussianCoefficients& gh, const GaussianCoefficients& gv) {
     // The intermediate is the float bitmap of the plain form, so it fails
     // as that one would: refused sizes with the allocator's status.
     BITMAPINFOHEADER header;

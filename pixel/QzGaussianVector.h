@@ -31,15 +31,14 @@ inline bool gaussianVectorSelected() {
 // failed intermediate image returns the bitmap allocator's status, and
 // without scratch lines dst is left as it was, with S_OK.
 template <typename Src, typename Dst>
-HRESULT gaussianBlurVector(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride, int32_t w,
-                           int32_t h, const GaussianCoefficients& gh, const GaussianCoefficients& gv);
+HRESULT gaussianBlurVector(uint8_t* dst, int32_t dstStride, const uint8_t* src, int32_t srcStride, int32_t w, int32_t h,
+                           const GaussianCoefficients& gh, const GaussianCoefficients& gv);
 
 extern template HRESULT gaussianBlurVector<uint8_t, uint8_t>(uint8_t*, int32_t, const uint8_t*, int32_t, int32_t,
                                                              int32_t, const GaussianCoefficients&,
                                                              const GaussianCoefficients&);
-extern template HRESULT gaussianBlurVector<uint8_t, float>(uint8_t*, int32_t, const uint8_t*, int32_t, int32_t,
-                                                           int32_t, const GaussianCoefficients&,
-                                                           const GaussianCoefficients&);
+extern template HRESULT gaussianBlurVector<uint8_t, float>(uint8_t*, int32_t, const uint8_t*, int32_t, int32_t, int32_t,
+                                                           const GaussianCoefficients&, const GaussianCoefficients&);
 extern template HRESULT gaussianBlurVector<float, float>(uint8_t*, int32_t, const uint8_t*, int32_t, int32_t, int32_t,
                                                          const GaussianCoefficients&, const GaussianCoefficients&);
 

@@ -57,8 +57,8 @@ bool clipAxis(const Axis& ax, int64_t dstExtent, int64_t srcExtent, int32_t& dLo
 }  // namespace
 
 extern "C" int32_t QzPrepareSubpixelParam(QzSubpixelParam* param, void* dst, const SIZE* dstSize, int32_t dstStride,
-                                          const RECT* dstRect, const void* src, const SIZE* srcSize,
-                                          int32_t srcStride, const RECT* srcRect) {
+                                          const RECT* dstRect, const void* src, const SIZE* srcSize, int32_t srcStride,
+                                          const RECT* srcRect) {
     if (!param || !dst || !src || !dstSize || !srcSize) return 0;
     if (dstSize->cx <= 0 || dstSize->cy <= 0 || srcSize->cx <= 0 || srcSize->cy <= 0) return 0;
     const int64_t dw = int64_t{dstSize->cx} * kOne, dh = int64_t{dstSize->cy} * kOne;

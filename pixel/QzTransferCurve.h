@@ -26,8 +26,7 @@ inline double decodeTransfer(int32_t index, double x, double gamma) {
         case QzTransferGamma28: return std::pow(x, 2.8);
         case QzTransferRec709:
             return x <= 0.08099999999999999 ? x / 4.5 : std::pow((x + 0.099) / 1.099, 2.2222222222222223);
-        case QzTransferSMPTE240M:
-            return x <= 0.0912 ? x * 0.25 : std::pow((x + 0.1115) / 1.1115, 2.2222222222222223);
+        case QzTransferSMPTE240M: return x <= 0.0912 ? x * 0.25 : std::pow((x + 0.1115) / 1.1115, 2.2222222222222223);
         case QzTransferPower: return std::pow(x, powerExponent(gamma));
         default: return x;
     }

@@ -46,8 +46,8 @@ int32_t exchangeWidth(QzPixelType src, QzPixelType dst, uint32_t flags) {
 
 }  // namespace qz
 
-extern "C" HRESULT QzXCHGGetFunctionPointers(QzPixelType srcType, QzPixelType dstType, uint32_t flags,
-                                             QzXCHG* exchange, int32_t blendOp, double dstGamma, double srcGamma) {
+extern "C" HRESULT QzXCHGGetFunctionPointers(QzPixelType srcType, QzPixelType dstType, uint32_t flags, QzXCHG* exchange,
+                                             int32_t blendOp, double dstGamma, double srcGamma) {
     if (!exchange) return E_POINTER;
     if (!qz::isExchangeType(srcType) || !qz::isExchangeType(dstType)) return E_INVALIDARG;
     if (blendOp != QZXCHG_NO_BLEND && (blendOp < 0 || blendOp >= QZXCHG_BLEND_OPERATIONS)) return E_INVALIDARG;

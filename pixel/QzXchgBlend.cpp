@@ -89,8 +89,7 @@ constexpr Table kTables[2][3] = {
 }  // namespace
 
 QzXchgBlendFn blendFunction(int32_t variant, int32_t width, int32_t op) {
-    if (variant < 0 || variant > 1 || width < 0 || width > 2 || op < 0 || op >= QZXCHG_BLEND_OPERATIONS)
-        return nullptr;
+    if (variant < 0 || variant > 1 || width < 0 || width > 2 || op < 0 || op >= QZXCHG_BLEND_OPERATIONS) return nullptr;
     return kTables[variant][width][op];
 }
 

@@ -169,8 +169,8 @@ struct Codec<QzPixelRGB555> {
                 static_cast<uint16_t>((v >> 15) * 65535)};
     }
     static void put(const QzXCHG&, uint8_t* row, int32_t x, tQZPIXEL64 p) {
-        store16(row + 2 * x, static_cast<uint16_t>((p.b >> 11) | ((p.g >> 11) << 5) | ((p.r >> 11) << 10) |
-                                                   ((p.a >> 15) << 15)));
+        store16(row + 2 * x,
+                static_cast<uint16_t>((p.b >> 11) | ((p.g >> 11) << 5) | ((p.r >> 11) << 10) | ((p.a >> 15) << 15)));
     }
 };
 
@@ -304,8 +304,7 @@ inline void storePixel(const QzXCHG& e, uint8_t* row, int32_t x, Form<W> p) {
 // The widths a type offers.
 template <QzPixelType T>
 constexpr bool offersWidth(int w) {
-    if (w == 0)
-        return T == QzPixelPal8 || T == QzPixelRGB24 || T == QzPixelRGB32 || T == QzPixelRGBA32;
+    if (w == 0) return T == QzPixelPal8 || T == QzPixelRGB24 || T == QzPixelRGB32 || T == QzPixelRGBA32;
     if (w == 2) return T == QzPixelRGBA128;
     return w == 1;
 }

@@ -18,8 +18,8 @@ Quad quadOf(P p) {
 template <int W>
 void storeQuad(void* out, const Quad& q) {
     using Channel = decltype(Form<W>::b);
-    *static_cast<Form<W>*>(out) = {static_cast<Channel>(q[0]), static_cast<Channel>(q[1]),
-                                   static_cast<Channel>(q[2]), static_cast<Channel>(q[3])};
+    *static_cast<Form<W>*>(out) = {static_cast<Channel>(q[0]), static_cast<Channel>(q[1]), static_cast<Channel>(q[2]),
+                                   static_cast<Channel>(q[3])};
 }
 
 // A sample of the near row. Bytes widen to b * 257 in the u16 form whatever
@@ -53,8 +53,8 @@ Quad mix(const Quad& p0, const Quad& p1, uint32_t f) {
 
 template <QzPixelType T, int W, FloatRead M>
 void readH(const QzXCHG* e, const uint8_t* row, const uint8_t*, int32_t x, void* out) {
-    storeQuad<W>(out, mix(nearSample<T, W, M>(*e, row, x), nearSample<T, W, M>(*e, row, x + 1),
-                          static_cast<uint32_t>(e->fx)));
+    storeQuad<W>(
+        out, mix(nearSample<T, W, M>(*e, row, x), nearSample<T, W, M>(*e, row, x + 1), static_cast<uint32_t>(e->fx)));
 }
 
 template <QzPixelType T, int W, FloatRead M>

@@ -22,16 +22,14 @@ namespace ofxcli {
 
 namespace {
 
-double median(std::vector<double> v)
-{
+double median(std::vector<double> v) {
     std::sort(v.begin(), v.end());
     const std::size_t n = v.size();
     return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2.0;
 }
 
 template <class F>
-std::vector<double> timeRuns(int repeat, F&& run)
-{
+std::vector<double> timeRuns(int repeat, F&& run) {
     std::vector<double> seconds;
     for (int i = 0; i < repeat; ++i) {
         const auto t0 = std::chrono::steady_clock::now();
@@ -50,8 +48,7 @@ struct Figure {
 // Runs once to warm up (first-use allocations and caches stay out of the
 // figures), then `repeat` times.
 template <class F>
-Figure medianRate(int repeat, double megapixels, F&& run)
-{
+Figure medianRate(int repeat, double megapixels, F&& run) {
     run();
     const double seconds = median(timeRuns(repeat, run));
     return {seconds, seconds > 0 ? megapixels / seconds : 0.0};
@@ -59,17 +56,14 @@ Figure medianRate(int repeat, double megapixels, F&& run)
 
 double ratio(const Figure& a, const Figure& b) { return b.rate > 0 ? a.rate / b.rate : 0.0; }
 
-void printFigure(std::ostream& out, const char* what, const Figure& f, const char* of = nullptr, double r = 0.0)
-{
+void printFigure(std::ostream& out, const char* what, const Figure& f, const char* of = nullptr, double r = 0.0) {
     char line[160];
     int n = std::snprintf(line, sizeof line, "  %-14s %10.1f MP/s  (median %.3f ms)", what, f.rate, f.seconds * 1e3);
-    if (of)
-        std::snprintf(line + n, sizeof line - std::size_t(n), "  %.3f %s", r, of);
+    if (of) std::snprintf(line + n, sizeof line - std::size_t(n), "  %.3f %s", r, of);
     out << line << '\n';
 }
 
-void checkStatus(const ofxhost::Plugin& plugin, OfxStatus st)
-{
+void checkStatus(const ofxhost::Plugin& plugin, OfxStatus st) {
     if (st != kOfxStatOK && st != kOfxStatReplyDefault)
         throw Error(plugin.id(), "render action returned " + ofxhost::statusName(st), st);
 }
@@ -86,16 +80,13 @@ struct ReleaseBuffer {
 };
 using DeviceBuffer = std::unique_ptr<std::remove_pointer_t<cl_mem>, ReleaseBuffer>;
 
-void checkCL(cl_int err, const char* what)
-{
-    if (err != CL_SUCCESS)
-        throw Error("OpenCL", std::string(what) + " failed: " + ofxhost::clStatusName(err));
+void checkCL(cl_int err, const char* what) {
+    if (err != CL_SUCCESS) throw Error("OpenCL", std::string(what) + " failed: " + ofxhost::clStatusName(err));
 }
 
 OpenCLFigures benchOpenCL(ofxhost::OpenCLDevice& device, int repeat, double megapixels, ofxhost::Plugin& plugin,
                           ofxhost::Instance& instance, double time, ofxhost::RenderOptions options,
-                          ofxhost::ImageBuffer& output)
-{
+                          ofxhost::ImageBuffer& output) {
     options.openCL = true;
     OpenCLFigures f;
     f.render = medianRate(repeat, megapixels, [&] { checkStatus(plugin, instance.render(time, options, output)); });
@@ -119,11 +110,9 @@ OpenCLFigures benchOpenCL(ofxhost::OpenCLDevice& device, int repeat, double mega
 
 }  // namespace
 
-int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err)
-{
+int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err) {
     ofxhost::RenderJob job = jobFromOptions(o);
-    if (!job.size && job.inputs.empty())
-        job.size = std::pair{1920, 1080};
+    if (!job.size && job.inputs.empty()) job.size = std::pair{1920, 1080};
     auto plugin = s.load(o.plugin);
     noteOpenCLFallback(*plugin, o, err);
     // Measured beside the processor: the OpenCL device, when the effect
@@ -137,16 +126,14 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
         std::string context = o.context;
         if (context.empty()) {
             const auto declared = plugin->contexts();
-            if (declared.empty())
-                throw Error(plugin->id(), "declares no context");
+            if (declared.empty()) throw Error(plugin->id(), "declares no context");
             context = declared.front();
         }
         job.context = context;
         const auto& descriptor = plugin->describeInContext(context);
         std::uint32_t seed = 1;
         for (const auto& c : descriptor.clips()) {
-            if (c->isOutput())
-                continue;
+            if (c->isOutput()) continue;
             ofxhost::RenderInput in;
             in.clip = c->name();
             in.image = std::make_shared<const ofxhost::ImageBuffer>(ofxhost::ImageBuffer::testFrame(
@@ -211,9 +198,9 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
         return 0;
     }
     char line[320];
-    std::snprintf(line, sizeof line, "%s  %dx%d %s %s, %u threads, %s, %d runs\n", plugin->id().c_str(),
-                  output.width(), output.height(), ofxhost::depthName(options.depth),
-                  ofxhost::orderName(options.order), threads, device.c_str(), o.repeat);
+    std::snprintf(line, sizeof line, "%s  %dx%d %s %s, %u threads, %s, %d runs\n", plugin->id().c_str(), output.width(),
+                  output.height(), ofxhost::depthName(options.depth), ofxhost::orderName(options.order), threads,
+                  device.c_str(), o.repeat);
     out << line;
     printFigure(out, "CPU render", cpu, "of memcpy", ratio(cpu, memcpyFigure));
     printFigure(out, "memcpy", memcpyFigure);

@@ -17,22 +17,18 @@ namespace ofxcli {
 
 namespace {
 
-std::string lastPart(const std::string& id)
-{
+std::string lastPart(const std::string& id) {
     const auto colon = id.rfind(':');
     return colon == std::string::npos ? id : id.substr(colon + 1);
 }
 
 }  // namespace
 
-Session::Session(const CliOptions& o, std::ostream& err, const std::string& executableDir)
-{
+Session::Session(const CliOptions& o, std::ostream& err, const std::string& executableDir) {
     // The bundle reads its log switch when it is loaded, so it is set first.
-    if (!o.logFile.empty())
-        ::setenv("ONDU1_LOG", o.logFile.c_str(), 1);
+    if (!o.logFile.empty()) ::setenv("ONDU1_LOG", o.logFile.c_str(), 1);
     ofxhost::HostConfig config;
-    if (!o.hostName.empty())
-        config.name = o.hostName;
+    if (!o.hostName.empty()) config.name = o.hostName;
     if (o.hostVersion) {
         config.versionMajor = o.hostVersion->first;
         config.versionMinor = o.hostVersion->second;
@@ -41,13 +37,11 @@ Session::Session(const CliOptions& o, std::ostream& err, const std::string& exec
     config.showProgress = stderrIsTerminal();
     // Before any bundle loads: plug-ins declare OpenCL support only to a
     // host that offers the program suite.
-    if (o.openCL)
-        config.openCL = ofxhost::OpenCLDevice::open(*o.openCL);
+    if (o.openCL) config.openCL = ofxhost::OpenCLDevice::open(*o.openCL);
     host_ = std::make_shared<ofxhost::Host>(config);
 
     if (!o.bundles.empty()) {
-        for (const auto& path : o.bundles)
-            bundles_.push_back(ofxhost::Bundle::open(path, host_.get()));
+        for (const auto& path : o.bundles) bundles_.push_back(ofxhost::Bundle::open(path, host_.get()));
         return;
     }
     for (const auto& path : ofxhost::findBundles(ofxhost::defaultPluginRoots(executableDir))) {
@@ -59,32 +53,26 @@ Session::Session(const CliOptions& o, std::ostream& err, const std::string& exec
     }
 }
 
-std::vector<std::pair<std::shared_ptr<ofxhost::Bundle>, int>> Session::plugins() const
-{
+std::vector<std::pair<std::shared_ptr<ofxhost::Bundle>, int>> Session::plugins() const {
     std::vector<std::pair<std::shared_ptr<ofxhost::Bundle>, int>> out;
     for (const auto& b : bundles_)
-        for (int i = 0; i < b->pluginCount(); ++i)
-            out.emplace_back(b, i);
+        for (int i = 0; i < b->pluginCount(); ++i) out.emplace_back(b, i);
     return out;
 }
 
-std::shared_ptr<ofxhost::Plugin> Session::load(const std::shared_ptr<ofxhost::Bundle>& bundle, int index)
-{
+std::shared_ptr<ofxhost::Plugin> Session::load(const std::shared_ptr<ofxhost::Bundle>& bundle, int index) {
     return ofxhost::Plugin::load(host_, bundle, index);
 }
 
-void noteOpenCLFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostream& err)
-{
+void noteOpenCLFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostream& err) {
     if (o.openCL && !ofxhost::supportsOpenCL(plugin.describe()))
         err << "ofxrender: " << plugin.id() << " does not support OpenCL; rendering on the CPU\n";
 }
 
-std::shared_ptr<ofxhost::Plugin> Session::load(const std::string& name)
-{
+std::shared_ptr<ofxhost::Plugin> Session::load(const std::string& name) {
     const auto all = plugins();
     for (const auto& [bundle, index] : all)
-        if (bundle->pluginId(index) == name)
-            return load(bundle, index);
+        if (bundle->pluginId(index) == name) return load(bundle, index);
     std::vector<std::pair<std::shared_ptr<ofxhost::Bundle>, int>> matches;
     std::vector<std::string> ids;
     for (const auto& [bundle, index] : all) {
@@ -94,20 +82,17 @@ std::shared_ptr<ofxhost::Plugin> Session::load(const std::string& name)
             ids.push_back(id);
         }
     }
-    if (matches.size() == 1)
-        return load(matches[0].first, matches[0].second);
+    if (matches.size() == 1) return load(matches[0].first, matches[0].second);
     if (matches.empty())
         throw Error(name, all.empty() ? "no such plug-in (no OFX bundle was found; use --bundle)"
                                       : "no such plug-in (see ofxrender list)");
     std::string list;
-    for (const auto& id : ids)
-        list += (list.empty() ? "" : ", ") + id;
+    for (const auto& id : ids) list += (list.empty() ? "" : ", ") + id;
     throw Error(name, "matches several plug-ins: " + list);
 }
 
 int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
-           const std::string& executableDir)
-{
+           const std::string& executableDir) {
     try {
         const CliOptions o = parseCommandLine(args);
         if (o.help) {
@@ -115,19 +100,14 @@ int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
             return 0;
         }
         if (o.version) {
-            out << "ofxrender " << ONDU1_VERSION << (ofxhost::imageFilesSupported() ? "" : " (no image files)")
-                << "\n";
+            out << "ofxrender " << ONDU1_VERSION << (ofxhost::imageFilesSupported() ? "" : " (no image files)") << "\n";
             return 0;
         }
-        if (o.command == "list-devices")
-            return listDevicesCommand(out);
+        if (o.command == "list-devices") return listDevicesCommand(out);
         Session session(o, err, executableDir);
-        if (o.command == "list")
-            return listCommand(session, o, out, err);
-        if (o.command == "describe")
-            return describeCommand(session, o, out);
-        if (o.command == "render")
-            return renderCommand(session, o, out, err);
+        if (o.command == "list") return listCommand(session, o, out, err);
+        if (o.command == "describe") return describeCommand(session, o, out);
+        if (o.command == "render") return renderCommand(session, o, out, err);
         return benchCommand(session, o, out, err);
     } catch (const Error& e) {
         err << "ofxrender ERROR: " << e.what_part() << ": " << e.why() << "\n";

@@ -9,8 +9,7 @@ using ofxhost::Error;
 
 namespace ofxcli {
 
-int listCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err)
-{
+int listCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream& err) {
     ofxhost::Json list = ofxhost::Json::array();
     for (const auto& [bundle, index] : s.plugins()) {
         ofxhost::PluginInfo info;
@@ -27,18 +26,15 @@ int listCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostream
             continue;
         }
         std::string contexts;
-        for (const auto& c : info.contexts)
-            contexts += (contexts.empty() ? "" : ",") + c;
-        out << info.id << "  " << info.version << "  \"" << info.label << "\"  " << info.group << "  ["
-            << contexts << "]\n";
+        for (const auto& c : info.contexts) contexts += (contexts.empty() ? "" : ",") + c;
+        out << info.id << "  " << info.version << "  \"" << info.label << "\"  " << info.group << "  [" << contexts
+            << "]\n";
     }
-    if (o.json)
-        out << list.dump();
+    if (o.json) out << list.dump();
     return 0;
 }
 
-int describeCommand(Session& s, const CliOptions& o, std::ostream& out)
-{
+int describeCommand(Session& s, const CliOptions& o, std::ostream& out) {
     auto plugin = s.load(o.plugin);
     const ofxhost::PluginInfo info = ofxhost::describePlugin(*plugin, o.context);
     if (o.json)
@@ -48,11 +44,9 @@ int describeCommand(Session& s, const CliOptions& o, std::ostream& out)
     return 0;
 }
 
-int listDevicesCommand(std::ostream& out)
-{
+int listDevicesCommand(std::ostream& out) {
     const auto platforms = ofxhost::openCLPlatforms();
-    if (platforms.empty())
-        out << "no OpenCL platform (no ICD is installed, or none loads)\n";
+    if (platforms.empty()) out << "no OpenCL platform (no ICD is installed, or none loads)\n";
     for (std::size_t p = 0; p < platforms.size(); ++p) {
         out << p << "  \"" << platforms[p].name << "\"\n";
         for (std::size_t d = 0; d < platforms[p].devices.size(); ++d)

@@ -15,8 +15,7 @@ namespace ofxcli {
 
 namespace {
 
-long parseLong(const std::string& option, const std::string& text, long lo, long hi)
-{
+long parseLong(const std::string& option, const std::string& text, long lo, long hi) {
     errno = 0;
     char* end = nullptr;
     const long v = std::strtol(text.c_str(), &end, 10);
@@ -27,8 +26,7 @@ long parseLong(const std::string& option, const std::string& text, long lo, long
     return v;
 }
 
-double parseNumber(const std::string& option, const std::string& text)
-{
+double parseNumber(const std::string& option, const std::string& text) {
     errno = 0;
     char* end = nullptr;
     const double v = std::strtod(text.c_str(), &end);
@@ -38,17 +36,30 @@ double parseNumber(const std::string& option, const std::string& text)
 }
 
 // Which command takes which option; the global ones go with all.
-const std::map<std::string, std::set<std::string>>& optionsByCommand()
-{
-    static const std::set<std::string> render = {
-        "--context", "-i", "-o", "--set", "--press", "--uplift", "--depth", "--order", "--size", "--frames", "--time",
-        "--render-scale", "--quality", "--row-padding", "--negative-row-bytes", "--opencl"};
+const std::map<std::string, std::set<std::string>>& optionsByCommand() {
+    static const std::set<std::string> render = {"--context",
+                                                 "-i",
+                                                 "-o",
+                                                 "--set",
+                                                 "--press",
+                                                 "--uplift",
+                                                 "--depth",
+                                                 "--order",
+                                                 "--size",
+                                                 "--frames",
+                                                 "--time",
+                                                 "--render-scale",
+                                                 "--quality",
+                                                 "--row-padding",
+                                                 "--negative-row-bytes",
+                                                 "--opencl"};
     static const std::map<std::string, std::set<std::string>> table = {
         {"list", {"--json"}},
         {"list-devices", {}},
         {"describe", {"--context", "--json", "--opencl"}},
         {"render", render},
-        {"bench", [] {
+        {"bench",
+         [] {
              auto s = render;
              s.erase("-o");
              s.insert({"--repeat", "--json"});
@@ -58,28 +69,25 @@ const std::map<std::string, std::set<std::string>>& optionsByCommand()
     return table;
 }
 
-const std::set<std::string> kGlobal = {"--bundle", "--threads", "--host-name", "--host-version", "--log",
-                                       "--help", "-h", "--version"};
+const std::set<std::string> kGlobal = {"--bundle", "--threads", "--host-name", "--host-version",
+                                       "--log",    "--help",    "-h",          "--version"};
 const std::set<std::string> kFlags = {"--json", "--help", "-h", "--version", "--negative-row-bytes"};
 // Flags that may carry a value, only in the "--name=value" form.
 const std::set<std::string> kOptionalValue = {"--opencl"};
 
 }  // namespace
 
-std::pair<int, int> parseSize(const std::string& option, const std::string& text)
-{
+std::pair<int, int> parseSize(const std::string& option, const std::string& text) {
     static const std::regex form(R"(^(\d{1,6})[xX](\d{1,6})$)");
     std::smatch m;
-    if (!std::regex_match(text, m, form))
-        throw Error(option, "\"" + text + "\" is not a size like 1920x1080");
+    if (!std::regex_match(text, m, form)) throw Error(option, "\"" + text + "\" is not a size like 1920x1080");
     const int w = std::stoi(m[1].str()), h = std::stoi(m[2].str());
     if (w < 1 || h < 1 || w > 65536 || h > 65536)
         throw Error(option, "\"" + text + "\" is out of range (1 to 65536 on each side)");
     return {w, h};
 }
 
-CliOptions parseCommandLine(const std::vector<std::string>& args)
-{
+CliOptions parseCommandLine(const std::vector<std::string>& args) {
     CliOptions o;
     std::vector<std::pair<std::string, std::string>> given;
     std::vector<std::string> positional;
@@ -99,31 +107,25 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
             }
         }
         bool known = kGlobal.count(a) != 0;
-        for (const auto& [cmd, opts] : optionsByCommand())
-            known = known || opts.count(a) != 0;
-        if (!known)
-            throw Error(a, "unknown option (see ofxrender --help)");
+        for (const auto& [cmd, opts] : optionsByCommand()) known = known || opts.count(a) != 0;
+        if (!known) throw Error(a, "unknown option (see ofxrender --help)");
         if (kFlags.count(a)) {
-            if (hasValue)
-                throw Error(a, "takes no value");
+            if (hasValue) throw Error(a, "takes no value");
         } else if (!hasValue && !kOptionalValue.count(a)) {
-            if (i + 1 >= args.size())
-                throw Error(a, "needs a value");
+            if (i + 1 >= args.size()) throw Error(a, "needs a value");
             value = args[++i];
         }
         given.emplace_back(a, value);
     }
 
-    if (!positional.empty())
-        o.command = positional[0];
+    if (!positional.empty()) o.command = positional[0];
     for (const auto& [name, value] : given) {
         if (name == "--help" || name == "-h")
             o.help = true;
         else if (name == "--version")
             o.version = true;
     }
-    if (o.help || o.version)
-        return o;
+    if (o.help || o.version) return o;
     if (o.command.empty())
         throw Error("ofxrender", "no command given (list, describe, render, bench or list-devices; see --help)");
     auto cmd = optionsByCommand().find(o.command);
@@ -131,8 +133,7 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
         throw Error(o.command, "unknown command (list, describe, render, bench or list-devices)");
     const bool needsPlugin = o.command != "list" && o.command != "list-devices";
     if (needsPlugin) {
-        if (positional.size() < 2)
-            throw Error(o.command, "needs a plug-in identifier");
+        if (positional.size() < 2) throw Error(o.command, "needs a plug-in identifier");
         o.plugin = positional[1];
     }
     if (positional.size() > (needsPlugin ? 2u : 1u))
@@ -141,10 +142,8 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
     std::set<std::string> seen;
     static const std::set<std::string> repeatable = {"-i", "--set", "--press", "--bundle"};
     for (const auto& [name, value] : given) {
-        if (!kGlobal.count(name) && !cmd->second.count(name))
-            throw Error(name, "does not apply to " + o.command);
-        if (!repeatable.count(name) && !seen.insert(name).second)
-            throw Error(name, "given twice");
+        if (!kGlobal.count(name) && !cmd->second.count(name)) throw Error(name, "does not apply to " + o.command);
+        if (!repeatable.count(name) && !seen.insert(name).second) throw Error(name, "given twice");
         if (name == "--json")
             o.json = true;
         else if (name == "--bundle")
@@ -193,45 +192,37 @@ CliOptions parseCommandLine(const std::vector<std::string>& args)
                                                                       {"good", ofxhost::Quality::Good},
                                                                       {"best", ofxhost::Quality::Best}};
             auto it = q.find(value);
-            if (it == q.end())
-                throw Error(name, "\"" + value + "\" is not draft, preview, good or best");
+            if (it == q.end()) throw Error(name, "\"" + value + "\" is not draft, preview, good or best");
             o.quality = it->second;
         } else if (name == "--host-name") {
-            if (value.empty())
-                throw Error(name, "must not be empty");
+            if (value.empty()) throw Error(name, "must not be empty");
             o.hostName = value;
         } else if (name == "--host-version") {
             static const std::regex form(R"(^(\d{1,6})(?:\.(\d{1,6}))?$)");
             std::smatch m;
-            if (!std::regex_match(value, m, form))
-                throw Error(name, "\"" + value + "\" is not a version like 20.0");
+            if (!std::regex_match(value, m, form)) throw Error(name, "\"" + value + "\" is not a version like 20.0");
             o.hostVersion = {std::stoi(m[1].str()), m[2].matched ? std::stoi(m[2].str()) : 0};
         } else if (name == "--log") {
-            if (value.empty())
-                throw Error(name, "must name a file or directory");
+            if (value.empty()) throw Error(name, "must name a file or directory");
             o.logFile = value;
         } else if (name == "--repeat")
             o.repeat = static_cast<int>(parseLong(name, value, 1, 100000));
         else if (name == "--row-padding") {
             o.layout.rowPadding = static_cast<int>(parseLong(name, value, 0, 1 << 20));
-            if (o.layout.rowPadding % 4)
-                throw Error(name, value + " is not a multiple of 4");
+            if (o.layout.rowPadding % 4) throw Error(name, value + " is not a multiple of 4");
         } else if (name == "--negative-row-bytes")
             o.layout.negativeRowBytes = true;
         else if (name == "--opencl")
             o.openCL = value;
     }
-    if (o.frames && o.time)
-        throw Error("--time", "cannot go with --frames");
+    if (o.frames && o.time) throw Error("--time", "cannot go with --frames");
     if (o.command == "render") {
-        if (o.output.empty())
-            throw Error("render", "needs an output file (-o FILE)");
+        if (o.output.empty()) throw Error("render", "needs an output file (-o FILE)");
     }
     return o;
 }
 
-std::string helpText()
-{
+std::string helpText() {
     return R"(ofxrender: render OFX image effects without a video editor.
 
 usage:

@@ -7,8 +7,7 @@
 
 namespace ofxcli {
 
-ofxhost::RenderJob jobFromOptions(const CliOptions& o)
-{
+ofxhost::RenderJob jobFromOptions(const CliOptions& o) {
     ofxhost::RenderJob job;
     job.context = o.context;
     for (const auto& text : o.inputs) {
@@ -21,12 +20,10 @@ ofxhost::RenderJob jobFromOptions(const CliOptions& o)
         } else {
             in.file = text;
         }
-        if (in.file.empty())
-            throw ofxhost::Error("-i " + text, "names no file");
+        if (in.file.empty()) throw ofxhost::Error("-i " + text, "names no file");
         job.inputs.push_back(std::move(in));
     }
-    for (const auto& s : o.sets)
-        job.settings.push_back(ofxhost::parseSetting(s));
+    for (const auto& s : o.sets) job.settings.push_back(ofxhost::parseSetting(s));
     job.presses = o.presses;
     job.upliftFile = o.uplift;
     job.output = o.output;
@@ -42,16 +39,14 @@ ofxhost::RenderJob jobFromOptions(const CliOptions& o)
     job.size = o.size;
     if (o.frames) {
         job.times.clear();
-        for (long f : o.frames->frames())
-            job.times.push_back(double(f));
+        for (long f : o.frames->frames()) job.times.push_back(double(f));
     } else if (o.time) {
         job.times = {*o.time};
     }
     return job;
 }
 
-int renderCommand(Session& s, const CliOptions& o, std::ostream&, std::ostream& err)
-{
+int renderCommand(Session& s, const CliOptions& o, std::ostream&, std::ostream& err) {
     ofxhost::RenderJob job = jobFromOptions(o);
     auto plugin = s.load(o.plugin);
     noteOpenCLFallback(*plugin, o, err);

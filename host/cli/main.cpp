@@ -5,8 +5,7 @@
 
 #include "cli/Cli.h"
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     std::error_code ec;
     const auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
     const std::string dir = ec ? std::string() : self.parent_path().string();

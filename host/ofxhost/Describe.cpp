@@ -13,76 +13,59 @@ namespace ofxhost {
 
 namespace {
 
-std::string str(const PropertySet& p, const char* name)
-{
+std::string str(const PropertySet& p, const char* name) {
     return p.has(name) && p.type(name) == PropType::String && p.dimension(name) > 0 ? p.getString(name) : "";
 }
 
-int integer(const PropertySet& p, const char* name, int otherwise)
-{
+int integer(const PropertySet& p, const char* name, int otherwise) {
     return p.has(name) && p.type(name) == PropType::Int && p.dimension(name) > 0 ? p.getInt(name) : otherwise;
 }
 
-std::vector<double> numbers(const PropertySet& p, const char* name)
-{
-    if (!p.has(name))
-        return {};
-    if (p.type(name) == PropType::Double)
-        return p.getDoubles(name);
+std::vector<double> numbers(const PropertySet& p, const char* name) {
+    if (!p.has(name)) return {};
+    if (p.type(name) == PropType::Double) return p.getDoubles(name);
     std::vector<double> out;
     if (p.type(name) == PropType::Int)
-        for (int v : p.getInts(name))
-            out.push_back(v);
+        for (int v : p.getInts(name)) out.push_back(v);
     return out;
 }
 
 // Unbounded ends (the type's extremes) are shown as null.
-Json bound(const std::vector<double>& v)
-{
+Json bound(const std::vector<double>& v) {
     auto one = [](double d) -> Json {
-        if (d <= -DBL_MAX || d >= DBL_MAX || d == double(INT_MIN) || d == double(INT_MAX))
-            return Json();
+        if (d <= -DBL_MAX || d >= DBL_MAX || d == double(INT_MIN) || d == double(INT_MAX)) return Json();
         return Json(d);
     };
-    if (v.empty())
-        return Json();
-    if (v.size() == 1)
-        return one(v[0]);
+    if (v.empty()) return Json();
+    if (v.size() == 1) return one(v[0]);
     Json a = Json::array();
-    for (double d : v)
-        a.push(one(d));
+    for (double d : v) a.push(one(d));
     return a;
 }
 
-Json defaultJson(const Param& param)
-{
+Json defaultJson(const Param& param) {
     const ParamType& t = param.type();
-    if (!param.hasValue())
-        return Json();
+    if (!param.hasValue()) return Json();
     const ParamValue v = param.defaultValue();
     switch (t.kind) {
-    case ValueKind::Bool: return Json(v.n[0] != 0);
-    case ValueKind::String:
-    case ValueKind::Custom: return Json(v.s);
-    default: break;
+        case ValueKind::Bool: return Json(v.n[0] != 0);
+        case ValueKind::String:
+        case ValueKind::Custom: return Json(v.s);
+        default: break;
     }
-    if (t.dims == 1)
-        return Json(v.n[0]);
+    if (t.dims == 1) return Json(v.n[0]);
     return Json::numbers(std::vector<double>(v.n.begin(), v.n.begin() + t.dims));
 }
 
-std::string findByName(const PropertySet& p, const std::string& part, PropType type)
-{
+std::string findByName(const PropertySet& p, const std::string& part, PropType type) {
     for (const auto& name : p.names())
-        if (name.find(part) != std::string::npos && p.type(name) == type && p.dimension(name) > 0)
-            return name;
+        if (name.find(part) != std::string::npos && p.type(name) == type && p.dimension(name) > 0) return name;
     return "";
 }
 
 }  // namespace
 
-ParamInfo describeParam(const Param& param, const ParamSet& set)
-{
+ParamInfo describeParam(const Param& param, const ParamSet& set) {
     const PropertySet& p = param.props();
     ParamInfo info;
     info.name = param.name();
@@ -95,13 +78,10 @@ ParamInfo describeParam(const Param& param, const ParamSet& set)
     info.max = numbers(p, kOfxParamPropMax);
     info.displayMin = numbers(p, kOfxParamPropDisplayMin);
     info.displayMax = numbers(p, kOfxParamPropDisplayMax);
-    if (p.has(kOfxParamPropIncrement))
-        info.increment = p.getDouble(kOfxParamPropIncrement);
-    if (p.has(kOfxParamPropDigits))
-        info.digits = p.getInt(kOfxParamPropDigits);
+    if (p.has(kOfxParamPropIncrement)) info.increment = p.getDouble(kOfxParamPropIncrement);
+    if (p.has(kOfxParamPropDigits)) info.digits = p.getInt(kOfxParamPropDigits);
     info.doubleType = str(p, kOfxParamPropDoubleType);
-    if (p.has(kOfxParamPropChoiceOption))
-        info.options = p.getStrings(kOfxParamPropChoiceOption);
+    if (p.has(kOfxParamPropChoiceOption)) info.options = p.getStrings(kOfxParamPropChoiceOption);
     info.parent = str(p, kOfxParamPropParent);
     info.page = set.pageOf(param);
     info.secret = integer(p, kOfxParamPropSecret, 0) != 0;
@@ -110,8 +90,7 @@ ParamInfo describeParam(const Param& param, const ParamSet& set)
     return info;
 }
 
-PluginInfo summarisePlugin(Plugin& plugin)
-{
+PluginInfo summarisePlugin(Plugin& plugin) {
     const PropertySet& p = plugin.describe().props();
     PluginInfo info;
     info.id = plugin.id();
@@ -129,29 +108,25 @@ PluginInfo summarisePlugin(Plugin& plugin)
     const std::string gl = str(p, kOfxImageEffectPropOpenGLRenderSupported);
     info.opengl = gl == "true" || gl == "needed";
     // The help file and context are vendor properties; take them by name.
-    if (auto name = findByName(p, "HelpFile", PropType::String); !name.empty())
-        info.helpFile = p.getString(name);
-    if (auto name = findByName(p, "HelpContext", PropType::Int); !name.empty())
-        info.helpContext = p.getInt(name);
-    if (p.has(kOfxImageEffectPropTalvoUpliftGUID))
-        info.upliftGUIDs = p.getStrings(kOfxImageEffectPropTalvoUpliftGUID);
+    if (auto name = findByName(p, "HelpFile", PropType::String); !name.empty()) info.helpFile = p.getString(name);
+    if (auto name = findByName(p, "HelpContext", PropType::Int); !name.empty()) info.helpContext = p.getInt(name);
+    if (p.has(kOfxImageEffectPropTalvoUpliftGUID)) info.upliftGUIDs = p.getStrings(kOfxImageEffectPropTalvoUpliftGUID);
     return info;
 }
 
-PluginInfo describePlugin(Plugin& plugin, const std::string& context)
-{
+PluginInfo describePlugin(Plugin& plugin, const std::string& context) {
     PluginInfo info = summarisePlugin(plugin);
     std::string ctx = context;
     if (ctx.empty()) {
         const auto declared = plugin.contexts();
-        if (declared.empty())
-            throw Error(plugin.id(), "declares no context");
+        if (declared.empty()) throw Error(plugin.id(), "declares no context");
         ctx = declared.front();
     }
     EffectObject& d = plugin.describeInContext(ctx);
     info.context = shortContextName(d.context());
     // Some plug-ins declare their older versions while describing in a context.
-    if (d.props().has(kOfxImageEffectPropTalvoUpliftGUID) && d.props().dimension(kOfxImageEffectPropTalvoUpliftGUID) > 0)
+    if (d.props().has(kOfxImageEffectPropTalvoUpliftGUID) &&
+        d.props().dimension(kOfxImageEffectPropTalvoUpliftGUID) > 0)
         info.upliftGUIDs = d.props().getStrings(kOfxImageEffectPropTalvoUpliftGUID);
     for (const auto& c : d.clips()) {
         const PropertySet& p = c->props();
@@ -166,13 +141,11 @@ PluginInfo describePlugin(Plugin& plugin, const std::string& context)
         ci.fieldExtraction = str(p, kOfxImageClipPropFieldExtraction);
         info.clips.push_back(std::move(ci));
     }
-    for (const auto& param : d.params().all())
-        info.params.push_back(describeParam(*param, d.params()));
+    for (const auto& param : d.params().all()) info.params.push_back(describeParam(*param, d.params()));
     return info;
 }
 
-Json listJson(const PluginInfo& p)
-{
+Json listJson(const PluginInfo& p) {
     Json j = Json::object();
     j.set("id", p.id);
     j.set("version", p.version);
@@ -182,8 +155,7 @@ Json listJson(const PluginInfo& p)
     return j;
 }
 
-Json describeJson(const PluginInfo& p)
-{
+Json describeJson(const PluginInfo& p) {
     Json j = listJson(p);
     j.set("depths", Json::strings(p.depths));
     j.set("opencl", p.opencl);
@@ -237,13 +209,11 @@ Json describeJson(const PluginInfo& p)
     return j;
 }
 
-std::string describeText(const PluginInfo& p)
-{
+std::string describeText(const PluginInfo& p) {
     std::ostringstream os;
     auto join = [](const std::vector<std::string>& v) {
         std::string s;
-        for (const auto& x : v)
-            s += (s.empty() ? "" : ", ") + x;
+        for (const auto& x : v) s += (s.empty() ? "" : ", ") + x;
         return s.empty() ? std::string("-") : s;
     };
     os << p.id << " " << p.version << "  \"" << p.label << "\"\n";
@@ -253,8 +223,7 @@ std::string describeText(const PluginInfo& p)
     os << "  opencl:   " << (p.opencl ? "yes" : "no") << ", opengl: " << (p.opengl ? "yes" : "no") << "\n";
     if (!p.helpFile.empty())
         os << "  help:     " << p.helpFile << (p.helpContext ? " #" + std::to_string(*p.helpContext) : "") << "\n";
-    if (!p.upliftGUIDs.empty())
-        os << "  replaces: " << join(p.upliftGUIDs) << "\n";
+    if (!p.upliftGUIDs.empty()) os << "  replaces: " << join(p.upliftGUIDs) << "\n";
     os << "clips (" << p.context << "):\n";
     for (const auto& c : p.clips)
         os << "  " << c.name << (c.optional ? " (optional)" : "") << (c.isMask ? " (mask)" : "") << "\n";
@@ -262,29 +231,19 @@ std::string describeText(const PluginInfo& p)
     for (const auto& q : p.params) {
         std::string type = q.type.rfind("OfxParamType", 0) == 0 ? q.type.substr(12) : q.type;
         os << "  " << q.name << "  " << type << "  \"" << q.label << "\"";
-        if (q.scriptName != q.name)
-            os << "  script " << q.scriptName;
+        if (q.scriptName != q.name) os << "  script " << q.scriptName;
         const std::string def = q.defaultValue.dump(false);
-        if (def != "null")
-            os << "  default " << def;
-        if (!q.min.empty())
-            os << "  range " << bound(q.min).dump(false) << ".." << bound(q.max).dump(false);
+        if (def != "null") os << "  default " << def;
+        if (!q.min.empty()) os << "  range " << bound(q.min).dump(false) << ".." << bound(q.max).dump(false);
         if (!q.displayMin.empty())
             os << "  display " << bound(q.displayMin).dump(false) << ".." << bound(q.displayMax).dump(false);
-        if (q.increment)
-            os << "  step " << *q.increment;
-        if (q.digits)
-            os << "  digits " << *q.digits;
-        if (!q.options.empty())
-            os << "  options " << Json::strings(q.options).dump(false);
-        if (!q.parent.empty())
-            os << "  in " << q.parent;
-        if (!q.page.empty())
-            os << "  page " << q.page;
-        if (q.secret)
-            os << "  secret";
-        if (q.animates)
-            os << "  animates";
+        if (q.increment) os << "  step " << *q.increment;
+        if (q.digits) os << "  digits " << *q.digits;
+        if (!q.options.empty()) os << "  options " << Json::strings(q.options).dump(false);
+        if (!q.parent.empty()) os << "  in " << q.parent;
+        if (!q.page.empty()) os << "  page " << q.page;
+        if (q.secret) os << "  secret";
+        if (q.animates) os << "  animates";
         os << "\n";
     }
     return os.str();

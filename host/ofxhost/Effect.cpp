@@ -11,8 +11,7 @@ namespace ofxhost {
 
 namespace {
 
-void defineClipDescriptorProperties(PropertySet& p, const std::string& name)
-{
+void defineClipDescriptorProperties(PropertySet& p, const std::string& name) {
     p.defineString(kOfxPropType, {kOfxTypeClip});
     p.defineString(kOfxPropName, {name});
     p.defineString(kOfxPropLabel, {name});
@@ -27,8 +26,7 @@ void defineClipDescriptorProperties(PropertySet& p, const std::string& name)
 }
 
 // Instance values before the first render; renders set depth and order.
-void defineClipInstanceProperties(PropertySet& p)
-{
+void defineClipInstanceProperties(PropertySet& p) {
     p.defineString(kOfxImageEffectPropPixelDepth, {kOfxBitDepthNone});
     p.defineString(kOfxImageEffectPropComponents, {kOfxImageComponentNone});
     p.defineString(kOfxImageClipPropUnmappedPixelDepth, {kOfxBitDepthNone});
@@ -45,8 +43,7 @@ void defineClipInstanceProperties(PropertySet& p)
     p.defineString(kOfxImageEffectPropPixelOrder, {kOfxImagePixelOrderRGBA});
 }
 
-void defineEffectDescriptorProperties(PropertySet& p, const Plugin& plugin)
-{
+void defineEffectDescriptorProperties(PropertySet& p, const Plugin& plugin) {
     p.defineString(kOfxPropType, {kOfxTypeImageEffect});
     p.defineString(kOfxPropLabel, {plugin.id()});
     p.defineString(kOfxPropShortLabel, {plugin.id()});
@@ -77,13 +74,11 @@ void defineEffectDescriptorProperties(PropertySet& p, const Plugin& plugin)
 
 }  // namespace
 
-Clip::Clip(EffectObject& owner, std::string name) : owner_(owner), name_(std::move(name)), props_(true)
-{
+Clip::Clip(EffectObject& owner, std::string name) : owner_(owner), name_(std::move(name)), props_(true) {
     defineClipDescriptorProperties(props_, name_);
 }
 
-Clip::Clip(EffectObject& owner, const Clip& d) : owner_(owner), name_(d.name_), props_(d.props_)
-{
+Clip::Clip(EffectObject& owner, const Clip& d) : owner_(owner), name_(d.name_), props_(d.props_) {
     props_.setExtensible(false);
     defineClipInstanceProperties(props_);
 }
@@ -91,8 +86,7 @@ Clip::Clip(EffectObject& owner, const Clip& d) : owner_(owner), name_(d.name_), 
 bool Clip::optional() const { return props_.getInt(kOfxImageClipPropOptional) != 0; }
 
 EffectObject::EffectObject(Plugin& plugin, const EffectObject* contextFree, std::string context)
-    : plugin_(plugin), context_(std::move(context)), props_(true), params_(handle(), &time_)
-{
+    : plugin_(plugin), context_(std::move(context)), props_(true), params_(handle(), &time_) {
     if (contextFree) {
         props_.merge(contextFree->props_);
         props_.defineString(kOfxImageEffectPropContext, {context_});
@@ -103,36 +97,27 @@ EffectObject::EffectObject(Plugin& plugin, const EffectObject* contextFree, std:
 }
 
 EffectObject::EffectObject(Plugin& plugin, const EffectObject& d, int)
-    : plugin_(plugin), context_(d.context_), props_(d.props_), params_(handle(), &time_)
-{
+    : plugin_(plugin), context_(d.context_), props_(d.props_), params_(handle(), &time_) {
     props_.setExtensible(false);
     props_.setString(kOfxPropType, kOfxTypeImageEffectInstance);
     params_.instantiate(d.params_);
-    for (const auto& c : d.clips_)
-        clips_.push_back(std::make_unique<Clip>(*this, *c));
+    for (const auto& c : d.clips_) clips_.push_back(std::make_unique<Clip>(*this, *c));
 }
 
 EffectObject::~EffectObject() = default;
 
-Clip* EffectObject::clip(std::string_view name) const
-{
+Clip* EffectObject::clip(std::string_view name) const {
     for (const auto& c : clips_)
-        if (c->name() == name)
-            return c.get();
+        if (c->name() == name) return c.get();
     return nullptr;
 }
 
-OfxStatus EffectObject::defineClip(const char* name, Clip** out)
-{
-    if (!acceptsClips_)
-        return kOfxStatErrBadHandle;
-    if (!name || !*name)
-        return kOfxStatErrValue;
-    if (clip(name))
-        return kOfxStatErrExists;
+OfxStatus EffectObject::defineClip(const char* name, Clip** out) {
+    if (!acceptsClips_) return kOfxStatErrBadHandle;
+    if (!name || !*name) return kOfxStatErrValue;
+    if (clip(name)) return kOfxStatErrExists;
     clips_.push_back(std::make_unique<Clip>(*this, std::string(name)));
-    if (out)
-        *out = clips_.back().get();
+    if (out) *out = clips_.back().get();
     return kOfxStatOK;
 }
 
@@ -146,21 +131,17 @@ const std::pair<const char*, const char*> kContexts[] = {
 
 }  // namespace
 
-std::string shortContextName(const std::string& ofx)
-{
+std::string shortContextName(const std::string& ofx) {
     for (const auto& [shortName, full] : kContexts)
-        if (ofx == full)
-            return shortName;
+        if (ofx == full) return shortName;
     return ofx;
 }
 
-std::string ofxContextName(const std::string& name)
-{
+std::string ofxContextName(const std::string& name) {
     std::string lower = name;
     std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
     for (const auto& [shortName, full] : kContexts)
-        if (lower == shortName || name == full)
-            return full;
+        if (lower == shortName || name == full) return full;
     return "";
 }
 

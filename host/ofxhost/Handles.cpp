@@ -14,30 +14,26 @@ struct Registry {
 };
 
 // Never destroyed: handle-bearing objects may die during static destruction.
-Registry& registry()
-{
+Registry& registry() {
     static Registry* r = new Registry;
     return *r;
 }
 
 }  // namespace
 
-void add(const void* object, HandleKind kind)
-{
+void add(const void* object, HandleKind kind) {
     Registry& r = registry();
     std::unique_lock lock(r.mutex);
     r.live[object] = kind;
 }
 
-void remove(const void* object)
-{
+void remove(const void* object) {
     Registry& r = registry();
     std::unique_lock lock(r.mutex);
     r.live.erase(object);
 }
 
-bool check(const void* object, HandleKind kind)
-{
+bool check(const void* object, HandleKind kind) {
     Registry& r = registry();
     std::shared_lock lock(r.mutex);
     auto it = r.live.find(object);

@@ -42,10 +42,8 @@ public:
     // The object behind a handle, or null when the handle is not a live object
     // of this kind.
     template <class T>
-    static T* fromRaw(const void* handle)
-    {
-        if (!handle || !handles::check(handle, K))
-            return nullptr;
+    static T* fromRaw(const void* handle) {
+        if (!handle || !handles::check(handle, K)) return nullptr;
         return static_cast<T*>(static_cast<Handled*>(const_cast<void*>(handle)));
     }
 

@@ -19,17 +19,14 @@ struct LiveHosts {
     std::vector<Host*> hosts;
 };
 
-LiveHosts& liveHosts()
-{
+LiveHosts& liveHosts() {
     static LiveHosts* l = new LiveHosts;
     return *l;
 }
 
-const void* fetchSuiteEntry(OfxPropertySetHandle hostHandle, const char* name, int version)
-{
+const void* fetchSuiteEntry(OfxPropertySetHandle hostHandle, const char* name, int version) {
     Host* host = Host::fromHandle(hostHandle);
-    if (!host || !name)
-        return nullptr;
+    if (!host || !name) return nullptr;
     return host->fetchSuite(name, version);
 }
 
@@ -37,17 +34,15 @@ const void* fetchSuiteEntry(OfxPropertySetHandle hostHandle, const char* name, i
 // extensions this project's bundle reads. Capabilities the host does not
 // have are stated as such (0, "false") rather than left out, because plug-ins
 // are allowed to read every one of them as mandatory.
-void defineHostProperties(PropertySet& p, const HostConfig& c)
-{
+void defineHostProperties(PropertySet& p, const HostConfig& c) {
     p.defineString(kOfxPropType, {kOfxTypeImageEffectHost});
     p.defineString(kOfxPropName, {c.name});
     p.defineString(kOfxPropLabel, {c.label});
     p.defineInt(kOfxPropAPIVersion, {1, 4});
     p.defineInt(kOfxPropVersion, {c.versionMajor, c.versionMinor, c.versionMicro});
     p.defineString(kOfxPropVersionLabel,
-                   {c.versionLabel.empty()
-                        ? std::to_string(c.versionMajor) + "." + std::to_string(c.versionMinor)
-                        : c.versionLabel});
+                   {c.versionLabel.empty() ? std::to_string(c.versionMajor) + "." + std::to_string(c.versionMinor)
+                                           : c.versionLabel});
     p.defineInt(kOfxImageEffectHostPropIsBackground, {1});
     p.defineInt(kOfxImageEffectPropSupportsOverlays, {0});
     p.defineInt(kOfxImageEffectPropSupportsMultiResolution, {1});
@@ -55,8 +50,8 @@ void defineHostProperties(PropertySet& p, const HostConfig& c)
     p.defineInt(kOfxImageEffectPropTemporalClipAccess, {1});
     p.defineString(kOfxImageEffectPropSupportedComponents, {kOfxImageComponentRGBA}, true);
     p.defineString(kOfxImageEffectPropSupportedContexts,
-                   {kOfxImageEffectContextFilter, kOfxImageEffectContextGenerator,
-                    kOfxImageEffectContextTransition, kOfxImageEffectContextGeneral},
+                   {kOfxImageEffectContextFilter, kOfxImageEffectContextGenerator, kOfxImageEffectContextTransition,
+                    kOfxImageEffectContextGeneral},
                    true);
     p.defineString(kOfxImageEffectPropSupportedPixelDepths,
                    {kOfxBitDepthByte, kOfxBitDepthFloat, kOfxBitDepthByteBGR, kOfxBitDepthFloatBGR}, true);
@@ -79,17 +74,14 @@ void defineHostProperties(PropertySet& p, const HostConfig& c)
     p.defineString(kOfxImageEffectHostPropNativeOrigin, {kOfxHostNativeOriginBottomLeft});
     p.defineString(kOfxImageEffectPropOpenGLRenderSupported, {"false"});
 
-    for (const auto& [name, values] : c.propertyOverrides)
-        p.define(name, values, true);
-    for (const auto& name : c.withheldProperties)
-        p.remove(name);
+    for (const auto& [name, values] : c.propertyOverrides) p.define(name, values, true);
+    for (const auto& name : c.withheldProperties) p.remove(name);
 }
 
 }  // namespace
 
 Host::Host(HostConfig config)
-    : config_(std::move(config)), pool_(config_.threads ? config_.threads : hardwareThreads())
-{
+    : config_(std::move(config)), pool_(config_.threads ? config_.threads : hardwareThreads()) {
     defineHostProperties(props_, config_);
     ofxHost_.host = props_.handle();
     ofxHost_.fetchSuite = &fetchSuiteEntry;
@@ -106,58 +98,47 @@ Host::Host(HostConfig config)
     addSuite(kOfxProgressSuite, 2, suites::progressV2());
     addSuite(kOfxTimeLineSuite, 1, suites::timeLine());
     addSuite(kOfxTalvoKeyframeSuite, 1, suites::keyframe());
-    if (config_.openCL)
-        addSuite(kOfxOpenCLProgramSuite, 1, suites::openCLProgram());
+    if (config_.openCL) addSuite(kOfxOpenCLProgramSuite, 1, suites::openCLProgram());
 
     LiveHosts& l = liveHosts();
     std::lock_guard lock(l.mutex);
     l.hosts.push_back(this);
 }
 
-Host::~Host()
-{
+Host::~Host() {
     LiveHosts& l = liveHosts();
     std::lock_guard lock(l.mutex);
     l.hosts.erase(std::remove(l.hosts.begin(), l.hosts.end(), this), l.hosts.end());
 }
 
-Host* Host::fromHandle(OfxPropertySetHandle h)
-{
+Host* Host::fromHandle(OfxPropertySetHandle h) {
     LiveHosts& l = liveHosts();
     std::lock_guard lock(l.mutex);
     for (Host* host : l.hosts)
-        if (host->props_.handle() == h)
-            return host;
+        if (host->props_.handle() == h) return host;
     return nullptr;
 }
 
-Host* currentHost()
-{
-    if (Host* h = callContext().host)
-        return h;
+Host* currentHost() {
+    if (Host* h = callContext().host) return h;
     LiveHosts& l = liveHosts();
     std::lock_guard lock(l.mutex);
     return l.hosts.empty() ? nullptr : l.hosts.back();
 }
 
-CallContext& callContext()
-{
+CallContext& callContext() {
     thread_local CallContext context;
     return context;
 }
 
-const void* Host::fetchSuite(std::string_view name, int version) const
-{
-    if (config_.withheldSuites.count(std::string(name)))
-        return nullptr;
+const void* Host::fetchSuite(std::string_view name, int version) const {
+    if (config_.withheldSuites.count(std::string(name))) return nullptr;
     for (const auto& [key, suite] : suites_)
-        if (key.first == name && key.second == version)
-            return suite;
+        if (key.first == name && key.second == version) return suite;
     return nullptr;
 }
 
-void Host::addSuite(std::string name, int version, const void* suite)
-{
+void Host::addSuite(std::string name, int version, const void* suite) {
     for (auto& [key, s] : suites_)
         if (key.first == name && key.second == version) {
             s = suite;
@@ -166,36 +147,29 @@ void Host::addSuite(std::string name, int version, const void* suite)
     suites_.push_back({{std::move(name), version}, suite});
 }
 
-std::vector<std::pair<std::string, int>> Host::suites() const
-{
+std::vector<std::pair<std::string, int>> Host::suites() const {
     std::vector<std::pair<std::string, int>> out;
     for (const auto& [key, s] : suites_)
-        if (!config_.withheldSuites.count(key.first))
-            out.push_back(key);
+        if (!config_.withheldSuites.count(key.first)) out.push_back(key);
     return out;
 }
 
-std::vector<Message> Host::messages() const
-{
+std::vector<Message> Host::messages() const {
     std::lock_guard lock(messageMutex_);
     return messages_;
 }
 
-void Host::clearMessages()
-{
+void Host::clearMessages() {
     std::lock_guard lock(messageMutex_);
     messages_.clear();
 }
 
-void Host::postMessage(Message m)
-{
+void Host::postMessage(Message m) {
     if (config_.printMessages) {
         std::string line = "ofxrender: ";
-        if (!m.pluginId.empty())
-            line += m.pluginId + ": ";
+        if (!m.pluginId.empty()) line += m.pluginId + ": ";
         std::string type = m.type;
-        if (type.rfind("OfxMessage", 0) == 0)
-            type = type.substr(10);
+        if (type.rfind("OfxMessage", 0) == 0) type = type.substr(10);
         line += type + ": " + m.text + "\n";
         std::fputs(line.c_str(), stderr);
     }

@@ -17,10 +17,9 @@ namespace ofxhost {
 // device buffer clImage, rows packed, and there is no host data pointer.
 class HostImage : public PropertySet {
 public:
-    HostImage(Instance& owner, std::shared_ptr<const ImageBuffer> buffer, const RenderOptions& o,
-              const std::string& id, cl_mem clImage)
-        : owner_(owner), buffer_(std::move(buffer))
-    {
+    HostImage(Instance& owner, std::shared_ptr<const ImageBuffer> buffer, const RenderOptions& o, const std::string& id,
+              cl_mem clImage)
+        : owner_(owner), buffer_(std::move(buffer)) {
         const RectI b = buffer_->bounds();
         defineString(kOfxPropType, {kOfxTypeImage});
         defineString(kOfxImageEffectPropPixelDepth, {ofxDepth(buffer_->depth())});

@@ -16,116 +16,93 @@ const char* orderName(PixelOrder o) { return o == PixelOrder::RGBA ? "rgba" : "b
 void ImageBuffer::Free::operator()(std::byte* p) const { std::free(p); }
 
 ImageBuffer::ImageBuffer(RectI bounds, Depth depth, PixelOrder order, Layout layout)
-    : bounds_(bounds), depth_(depth), order_(order), layout_(layout)
-{
+    : bounds_(bounds), depth_(depth), order_(order), layout_(layout) {
     if (bounds.width() < 0 || bounds.height() < 0)
-        throw Error("image", "negative size " + std::to_string(bounds.width()) + "x" +
-                                 std::to_string(bounds.height()));
+        throw Error("image", "negative size " + std::to_string(bounds.width()) + "x" + std::to_string(bounds.height()));
     if (layout.rowPadding < 0 || layout.rowPadding % 4 != 0)
-        throw Error("image", "row padding " + std::to_string(layout.rowPadding) +
-                                 " is not a non-negative multiple of 4");
+        throw Error("image",
+                    "row padding " + std::to_string(layout.rowPadding) + " is not a non-negative multiple of 4");
     const std::size_t rowSize = std::size_t(bounds.width()) * pixelBytes() + layout.rowPadding;
     const std::size_t total = rowSize * std::size_t(bounds.height());
     // 64-byte alignment keeps every row start of a padded float image aligned
     // for vector loads; aligned_alloc wants a multiple of the alignment.
     const std::size_t alloc = std::max<std::size_t>(64, (total + 63) / 64 * 64);
     storage_.reset(static_cast<std::byte*>(std::aligned_alloc(64, alloc)));
-    if (!storage_)
-        throw std::bad_alloc();
+    if (!storage_) throw std::bad_alloc();
     std::memset(storage_.get(), 0, alloc);
     rowBytes_ = static_cast<std::ptrdiff_t>(rowSize);
     data_ = storage_.get();
     if (layout.negativeRowBytes) {
         rowBytes_ = -rowBytes_;
-        if (bounds.height() > 0)
-            data_ += rowSize * (bounds.height() - 1);
+        if (bounds.height() > 0) data_ += rowSize * (bounds.height() - 1);
     }
 }
 
-void* ImageBuffer::pixelAddress(int x, int y)
-{
+void* ImageBuffer::pixelAddress(int x, int y) {
     return const_cast<void*>(static_cast<const ImageBuffer*>(this)->pixelAddress(x, y));
 }
 
-const void* ImageBuffer::pixelAddress(int x, int y) const
-{
-    if (x < bounds_.x1 || x >= bounds_.x2 || y < bounds_.y1 || y >= bounds_.y2)
-        return nullptr;
+const void* ImageBuffer::pixelAddress(int x, int y) const {
+    if (x < bounds_.x1 || x >= bounds_.x2 || y < bounds_.y1 || y >= bounds_.y2) return nullptr;
     return row(y) + std::ptrdiff_t(x - bounds_.x1) * pixelBytes();
 }
 
 namespace {
 
-void requireDepth(const ImageBuffer& img, Depth d)
-{
+void requireDepth(const ImageBuffer& img, Depth d) {
     if (img.depth() != d)
-        throw Error("image", std::string("pixel access as ") + depthName(d) + " on a " +
-                                 depthName(img.depth()) + " image");
+        throw Error("image",
+                    std::string("pixel access as ") + depthName(d) + " on a " + depthName(img.depth()) + " image");
 }
 
 template <class T>
-T* channelAddress(const ImageBuffer& img, int x, int y, int c)
-{
-    if (c < 0 || c > 3)
-        throw Error("image", "channel " + std::to_string(c) + " out of range");
+T* channelAddress(const ImageBuffer& img, int x, int y, int c) {
+    if (c < 0 || c > 3) throw Error("image", "channel " + std::to_string(c) + " out of range");
     auto* p = static_cast<const T*>(img.pixelAddress(x, y));
-    if (!p)
-        throw Error("image", "pixel (" + std::to_string(x) + ", " + std::to_string(y) +
-                                 ") outside the bounds");
+    if (!p) throw Error("image", "pixel (" + std::to_string(x) + ", " + std::to_string(y) + ") outside the bounds");
     return const_cast<T*>(p) + img.storageIndex(c);
 }
 
-std::uint8_t toByte(float v)
-{
-    if (!(v > 0.0f))
-        return 0;
-    if (v >= 1.0f)
-        return 255;
+std::uint8_t toByte(float v) {
+    if (!(v > 0.0f)) return 0;
+    if (v >= 1.0f) return 255;
     return static_cast<std::uint8_t>(std::lround(v * 255.0f));
 }
 
 }  // namespace
 
-std::uint8_t ImageBuffer::byteAt(int x, int y, int c) const
-{
+std::uint8_t ImageBuffer::byteAt(int x, int y, int c) const {
     requireDepth(*this, Depth::Byte);
     return *channelAddress<std::uint8_t>(*this, x, y, c);
 }
 
-float ImageBuffer::floatAt(int x, int y, int c) const
-{
+float ImageBuffer::floatAt(int x, int y, int c) const {
     requireDepth(*this, Depth::Float);
     return *channelAddress<float>(*this, x, y, c);
 }
 
-void ImageBuffer::setByte(int x, int y, int c, std::uint8_t v)
-{
+void ImageBuffer::setByte(int x, int y, int c, std::uint8_t v) {
     requireDepth(*this, Depth::Byte);
     *channelAddress<std::uint8_t>(*this, x, y, c) = v;
 }
 
-void ImageBuffer::setFloat(int x, int y, int c, float v)
-{
+void ImageBuffer::setFloat(int x, int y, int c, float v) {
     requireDepth(*this, Depth::Float);
     *channelAddress<float>(*this, x, y, c) = v;
 }
 
-std::array<float, 4> ImageBuffer::rgba(int x, int y) const
-{
+std::array<float, 4> ImageBuffer::rgba(int x, int y) const {
     std::array<float, 4> out{};
-    for (int c = 0; c < 4; ++c)
-        out[c] = depth_ == Depth::Byte ? byteAt(x, y, c) / 255.0f : floatAt(x, y, c);
+    for (int c = 0; c < 4; ++c) out[c] = depth_ == Depth::Byte ? byteAt(x, y, c) / 255.0f : floatAt(x, y, c);
     return out;
 }
 
-ImageBuffer ImageBuffer::converted(Depth depth, PixelOrder order, Layout layout) const
-{
+ImageBuffer ImageBuffer::converted(Depth depth, PixelOrder order, Layout layout) const {
     ImageBuffer out(bounds_, depth, order, layout);
     const int w = width();
     const std::size_t packed = std::size_t(w) * pixelBytes();
     int map[4];
-    for (int c = 0; c < 4; ++c)
-        map[out.storageIndex(c)] = storageIndex(c);
+    for (int c = 0; c < 4; ++c) map[out.storageIndex(c)] = storageIndex(c);
     for (int y = bounds_.y1; y < bounds_.y2; ++y) {
         const std::byte* src = row(y);
         std::byte* dst = out.row(y);
@@ -146,19 +123,16 @@ ImageBuffer ImageBuffer::converted(Depth depth, PixelOrder order, Layout layout)
                     reinterpret_cast<std::uint8_t*>(dst)[x * 4 + k] =
                         toByte(reinterpret_cast<const float*>(src)[x * 4 + s]);
                 else
-                    reinterpret_cast<float*>(dst)[x * 4 + k] =
-                        reinterpret_cast<const float*>(src)[x * 4 + s];
+                    reinterpret_cast<float*>(dst)[x * 4 + k] = reinterpret_cast<const float*>(src)[x * 4 + s];
             }
         }
     }
     return out;
 }
 
-ImageBuffer ImageBuffer::resized(int w, int h) const
-{
+ImageBuffer ImageBuffer::resized(int w, int h) const {
     ImageBuffer out(RectI{0, 0, w, h}, depth_, order_, layout_);
-    if (width() == 0 || height() == 0)
-        return out;
+    if (width() == 0 || height() == 0) return out;
     const int pb = pixelBytes();
     for (int y = 0; y < h; ++y) {
         // The source pixel under the centre of each output pixel.
@@ -173,28 +147,22 @@ ImageBuffer ImageBuffer::resized(int w, int h) const
     return out;
 }
 
-bool ImageBuffer::samePixels(const ImageBuffer& o) const
-{
-    if (o.bounds_ != bounds_ || o.depth_ != depth_)
-        return false;
+bool ImageBuffer::samePixels(const ImageBuffer& o) const {
+    if (o.bounds_ != bounds_ || o.depth_ != depth_) return false;
     for (int y = bounds_.y1; y < bounds_.y2; ++y)
         for (int x = bounds_.x1; x < bounds_.x2; ++x)
             for (int c = 0; c < 4; ++c) {
                 if (depth_ == Depth::Byte) {
-                    if (byteAt(x, y, c) != o.byteAt(x, y, c))
-                        return false;
+                    if (byteAt(x, y, c) != o.byteAt(x, y, c)) return false;
                 } else {
                     const float a = floatAt(x, y, c), b = o.floatAt(x, y, c);
-                    if (std::memcmp(&a, &b, sizeof a) != 0)
-                        return false;
+                    if (std::memcmp(&a, &b, sizeof a) != 0) return false;
                 }
             }
     return true;
 }
 
-ImageBuffer ImageBuffer::testFrame(int w, int h, Depth depth, PixelOrder order, std::uint32_t seed,
-                                   Layout layout)
-{
+ImageBuffer ImageBuffer::testFrame(int w, int h, Depth depth, PixelOrder order, std::uint32_t seed, Layout layout) {
     ImageBuffer img(RectI{0, 0, w, h}, depth, order, layout);
     // xorshift32: cheap, deterministic across platforms.
     std::uint32_t s = seed ? seed : 0x9e3779b9u;

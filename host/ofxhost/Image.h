@@ -19,8 +19,8 @@ namespace ofxhost {
 enum class Depth { Byte, Float };
 enum class PixelOrder { RGBA, BGRA };
 
-const char* depthName(Depth d);        // "byte", "float"
-const char* orderName(PixelOrder o);   // "rgba", "bgra"
+const char* depthName(Depth d);       // "byte", "float"
+const char* orderName(PixelOrder o);  // "rgba", "bgra"
 
 struct RectI {
     int x1 = 0, y1 = 0, x2 = 0, y2 = 0;
@@ -42,9 +42,7 @@ class ImageBuffer {
 public:
     ImageBuffer(RectI bounds, Depth depth, PixelOrder order, Layout layout = {});
     ImageBuffer(int width, int height, Depth depth, PixelOrder order, Layout layout = {})
-        : ImageBuffer(RectI{0, 0, width, height}, depth, order, layout)
-    {
-    }
+        : ImageBuffer(RectI{0, 0, width, height}, depth, order, layout) {}
     ImageBuffer(ImageBuffer&&) noexcept = default;
     ImageBuffer& operator=(ImageBuffer&&) noexcept = default;
 
@@ -92,8 +90,8 @@ public:
     bool samePixels(const ImageBuffer& other) const;
 
     // A noisy, premultiplied test frame: deterministic for a seed.
-    static ImageBuffer testFrame(int width, int height, Depth depth, PixelOrder order,
-                                 std::uint32_t seed = 1, Layout layout = {});
+    static ImageBuffer testFrame(int width, int height, Depth depth, PixelOrder order, std::uint32_t seed = 1,
+                                 Layout layout = {});
 
 private:
     struct Free {

@@ -6,8 +6,7 @@ namespace ofxhost {
 
 namespace {
 
-[[noreturn]] void unsupported(const std::string& path)
-{
+[[noreturn]] void unsupported(const std::string& path) {
     throw Error(path, "ofxrender was built without image file support (OpenImageIO)");
 }
 
@@ -19,10 +18,7 @@ Depth fileDepth(const std::string& path) { unsupported(path); }
 
 ImageBuffer readImage(const std::string& path, Depth, PixelOrder) { unsupported(path); }
 
-void writeImageFile(const std::string&, const std::string& formatName, const ImageBuffer&)
-{
-    unsupported(formatName);
-}
+void writeImageFile(const std::string&, const std::string& formatName, const ImageBuffer&) { unsupported(formatName); }
 
 void checkWritable(const std::string& path) { unsupported(path); }
 

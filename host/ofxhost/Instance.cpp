@@ -16,20 +16,18 @@
 
 namespace ofxhost {
 
-const char* qualityName(Quality q)
-{
+const char* qualityName(Quality q) {
     switch (q) {
-    case Quality::Draft: return "draft";
-    case Quality::Preview: return "preview";
-    case Quality::Good: return "good";
-    case Quality::Best: return "best";
+        case Quality::Draft: return "draft";
+        case Quality::Preview: return "preview";
+        case Quality::Good: return "good";
+        case Quality::Best: return "best";
     }
     return "?";
 }
 
 Instance::Instance(std::shared_ptr<Plugin> plugin, const EffectObject& descriptor)
-    : EffectObject(*plugin, descriptor, 0), pluginRef_(std::move(plugin))
-{
+    : EffectObject(*plugin, descriptor, 0), pluginRef_(std::move(plugin)) {
     props_.definePointer(kOfxPropInstanceData, {nullptr});
     props_.defineDouble(kOfxImageEffectPropProjectSize, {double(projectWidth_), double(projectHeight_)});
     props_.defineDouble(kOfxImageEffectPropProjectOffset, {0.0, 0.0});
@@ -47,15 +45,13 @@ Instance::Instance(std::shared_ptr<Plugin> plugin, const EffectObject& descripto
         throw Error(pluginRef_->id(), "create instance action returned " + statusName(s), s);
 }
 
-Instance::~Instance()
-{
+Instance::~Instance() {
     pluginRef_->callAction(kOfxActionDestroyInstance, handle(), nullptr, nullptr);
     std::lock_guard lock(mutex_);
     images_.clear();
 }
 
-void Instance::setProjectSize(int w, int h)
-{
+void Instance::setProjectSize(int w, int h) {
     if (w <= 0 || h <= 0)
         throw Error("project size", std::to_string(w) + "x" + std::to_string(h) + " is not a frame size");
     projectWidth_ = w;
@@ -64,8 +60,7 @@ void Instance::setProjectSize(int w, int h)
     props_.setDoubles(kOfxImageEffectPropProjectExtent, {double(w), double(h)});
 }
 
-void Instance::setFrameRange(double first, double last)
-{
+void Instance::setFrameRange(double first, double last) {
     firstFrame_ = first;
     lastFrame_ = last;
     props_.setDouble(kOfxImageEffectInstancePropEffectDuration, last - first + 1);
@@ -75,8 +70,7 @@ void Instance::setFrameRange(double first, double last)
     }
 }
 
-void Instance::setFrameRate(double fps)
-{
+void Instance::setFrameRate(double fps) {
     props_.setDouble(kOfxImageEffectPropFrameRate, fps);
     for (const auto& c : clips_) {
         c->props().setDouble(kOfxImageEffectPropFrameRate, fps);
@@ -84,87 +78,70 @@ void Instance::setFrameRate(double fps)
     }
 }
 
-std::vector<std::string> Instance::inputClipNames() const
-{
+std::vector<std::string> Instance::inputClipNames() const {
     std::vector<std::string> out;
     for (const auto& c : clips_)
-        if (!c->isOutput())
-            out.push_back(c->name());
+        if (!c->isOutput()) out.push_back(c->name());
     return out;
 }
 
-void Instance::connect(const std::string& name, FrameSource source)
-{
+void Instance::connect(const std::string& name, FrameSource source) {
     Clip* c = clip(name);
     if (!c || c->isOutput()) {
         std::string list;
-        for (const auto& n : inputClipNames())
-            list += (list.empty() ? "" : ", ") + n;
-        throw Error("clip \"" + name + "\"", pluginRef_->id() + " has no such input clip (it has: " +
-                                                 (list.empty() ? "none" : list) + ")");
+        for (const auto& n : inputClipNames()) list += (list.empty() ? "" : ", ") + n;
+        throw Error("clip \"" + name + "\"",
+                    pluginRef_->id() + " has no such input clip (it has: " + (list.empty() ? "none" : list) + ")");
     }
-    if (!source)
-        throw Error("clip \"" + name + "\"", "connected to nothing");
+    if (!source) throw Error("clip \"" + name + "\"", "connected to nothing");
     std::lock_guard lock(mutex_);
     sources_[name] = std::move(source);
     c->props().setInt(kOfxImageClipPropConnected, 1);
     cache_.clear();
 }
 
-void Instance::connect(const std::string& name, std::shared_ptr<const ImageBuffer> image)
-{
-    if (!image)
-        throw Error("clip \"" + name + "\"", "connected to no image");
+void Instance::connect(const std::string& name, std::shared_ptr<const ImageBuffer> image) {
+    if (!image) throw Error("clip \"" + name + "\"", "connected to no image");
     connect(name, [image](double) { return image; });
 }
 
-void Instance::disconnect(const std::string& name)
-{
+void Instance::disconnect(const std::string& name) {
     Clip* c = clip(name);
-    if (!c)
-        throw Error("clip \"" + name + "\"", "no such clip");
+    if (!c) throw Error("clip \"" + name + "\"", "no such clip");
     std::lock_guard lock(mutex_);
     sources_.erase(name);
     c->props().setInt(kOfxImageClipPropConnected, 0);
     cache_.clear();
 }
 
-bool Instance::connected(const std::string& name) const
-{
+bool Instance::connected(const std::string& name) const {
     std::lock_guard lock(mutex_);
     return sources_.count(name) != 0;
 }
 
-Param& Instance::param(std::string_view name) const
-{
-    if (Param* p = params_.findByNameOrScriptName(name))
-        return *p;
+Param& Instance::param(std::string_view name) const {
+    if (Param* p = params_.findByNameOrScriptName(name)) return *p;
     throw Error("parameter \"" + std::string(name) + "\"", pluginRef_->id() + " has no such parameter");
 }
 
-void Instance::notifyChanged(const std::string& name, double time)
-{
+void Instance::notifyChanged(const std::string& name, double time) {
     PropertySet reason;
     reason.defineString(kOfxPropChangeReason, {kOfxChangeUserEdited});
     OfxStatus s = pluginRef_->callAction(kOfxActionBeginInstanceChanged, handle(), reason.handle(), nullptr);
-    if (statusPasses(s))
-        s = instanceChanged(kOfxTypeParameter, name, kOfxChangeUserEdited, time);
+    if (statusPasses(s)) s = instanceChanged(kOfxTypeParameter, name, kOfxChangeUserEdited, time);
     const OfxStatus end = pluginRef_->callAction(kOfxActionEndInstanceChanged, handle(), reason.handle(), nullptr);
-    if (statusPasses(s))
-        s = end;
+    if (statusPasses(s)) s = end;
     throwIfFailed(s, pluginRef_->id(), "changing \"" + name + "\": instance changed action");
 }
 
-void Instance::press(std::string_view name, double time)
-{
+void Instance::press(std::string_view name, double time) {
     Param& p = param(name);
     if (std::string_view(p.type().ofxName) != kOfxParamTypePushButton)
         throw Error("--press " + std::string(name), "is not a push button of " + pluginRef_->id());
     notifyChanged(p.name(), time);
 }
 
-void Instance::uplift(const UpliftData& data)
-{
+void Instance::uplift(const UpliftData& data) {
     const int n = static_cast<int>(data.keys.size());
     PropertySet in;
     std::vector<void*> records;
@@ -187,24 +164,19 @@ void Instance::uplift(const UpliftData& data)
     throwIfFailed(s, pluginRef_->id(), "the keyframe uplift of " + std::to_string(n) + " keys");
 }
 
-void Instance::setValue(std::string_view name, const ParamValue& v, std::optional<double> time)
-{
+void Instance::setValue(std::string_view name, const ParamValue& v, std::optional<double> time) {
     Param& p = param(name);
     const OfxStatus s = time ? p.setValueAtTime(*time, v) : p.setValue(v);
-    if (s == kOfxStatFailed)
-        throw Error(p.name(), "does not animate, so it takes no keyframe", s);
-    if (s != kOfxStatOK)
-        throw Error(p.name(), "value refused (" + statusName(s) + ")", s);
+    if (s == kOfxStatFailed) throw Error(p.name(), "does not animate, so it takes no keyframe", s);
+    if (s != kOfxStatOK) throw Error(p.name(), "value refused (" + statusName(s) + ")", s);
     notifyChanged(p.name(), time.value_or(time_));
 }
 
-void Instance::setValueText(std::string_view name, const std::string& text, std::optional<double> time)
-{
+void Instance::setValueText(std::string_view name, const std::string& text, std::optional<double> time) {
     setValue(name, parseParamText(param(name), text), time);
 }
 
-ParamValue Instance::value(std::string_view name, double time) const
-{
+ParamValue Instance::value(std::string_view name, double time) const {
     CallContext c = callContext();
     c.host = &pluginRef_->host();
     c.plugin = pluginRef_.get();
@@ -212,8 +184,7 @@ ParamValue Instance::value(std::string_view name, double time) const
     return param(name).valueAt(time);
 }
 OfxStatus Instance::instanceChanged(const std::string& type, const std::string& name, const std::string& reason,
-                                    double time)
-{
+                                    double time) {
     PropertySet in;
     in.defineString(kOfxPropType, {type});
     in.defineString(kOfxPropName, {name});

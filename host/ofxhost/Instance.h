@@ -132,8 +132,7 @@ public:
     OfxStatus timeDomain(OfxRangeD& range);
     OfxStatus beginSequence(double first, double last, double step, const RenderOptions& options);
     OfxStatus endSequence(double first, double last, double step, const RenderOptions& options);
-    OfxStatus instanceChanged(const std::string& type, const std::string& name, const std::string& reason,
-                              double time);
+    OfxStatus instanceChanged(const std::string& type, const std::string& name, const std::string& reason, double time);
 
     // What abort() answers to the plug-in; it also cancels a progress bar.
     void setAbort(bool abort) { abort_ = abort; }

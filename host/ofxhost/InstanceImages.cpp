@@ -15,29 +15,24 @@
 
 namespace ofxhost {
 
-std::size_t Instance::liveImageCount() const
-{
+std::size_t Instance::liveImageCount() const {
     std::lock_guard lock(mutex_);
     return images_.size();
 }
 
-std::string Instance::lastSourceError() const
-{
+std::string Instance::lastSourceError() const {
     std::lock_guard lock(mutex_);
     return sourceError_;
 }
 
-OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out)
-{
-    if (!out)
-        return kOfxStatErrValue;
+OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out) {
+    if (!out) return kOfxStatErrValue;
     *out = nullptr;
     const RenderContext* ctx = findRender(time);
     std::shared_ptr<const ImageBuffer> buffer;
     RenderOptions options;
     if (clip.isOutput()) {
-        if (!ctx || ctx->time != time)
-            return kOfxStatFailed;
+        if (!ctx || ctx->time != time) return kOfxStatFailed;
         options = ctx->options;
         // Not owned: the render's caller owns the output image.
         buffer = std::shared_ptr<const ImageBuffer>(std::shared_ptr<void>(), ctx->output);
@@ -53,8 +48,7 @@ OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out)
             sourceError_ = e.what();
             return kOfxStatFailed;
         }
-        if (!buffer)
-            return kOfxStatFailed;
+        if (!buffer) return kOfxStatFailed;
     }
     cl_mem clImage = nullptr;
     if (ctx && ctx->openCL) {
@@ -74,22 +68,18 @@ OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out)
     return kOfxStatOK;
 }
 
-OfxStatus Instance::releaseImage(OfxPropertySetHandle h)
-{
+OfxStatus Instance::releaseImage(OfxPropertySetHandle h) {
     std::lock_guard lock(mutex_);
     return images_.erase(h) ? kOfxStatOK : kOfxStatErrBadHandle;
 }
 
-OfxStatus Instance::releaseAnyImage(OfxPropertySetHandle h)
-{
+OfxStatus Instance::releaseAnyImage(OfxPropertySetHandle h) {
     auto* image = dynamic_cast<HostImage*>(PropertySet::fromHandle(h));
-    if (!image)
-        return kOfxStatErrBadHandle;
+    if (!image) return kOfxStatErrBadHandle;
     return image->owner().releaseImage(h);
 }
 
-OfxStatus Instance::clipRegionOfDefinition(Clip& clip, double time, OfxRectD& out)
-{
+OfxStatus Instance::clipRegionOfDefinition(Clip& clip, double time, OfxRectD& out) {
     if (clip.isOutput()) {
         out = OfxRectD{0, 0, double(projectWidth_), double(projectHeight_)};
         return kOfxStatOK;

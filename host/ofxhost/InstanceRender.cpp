@@ -19,13 +19,12 @@ namespace ofxhost {
 
 namespace {
 
-const char* ofxQuality(Quality q)
-{
+const char* ofxQuality(Quality q) {
     switch (q) {
-    case Quality::Draft: return kOfxImageEffectPropRenderQualityDraft;
-    case Quality::Preview: return kOfxImageEffectPropRenderQualityPreview;
-    case Quality::Good: return kOfxImageEffectPropRenderQualityGood;
-    case Quality::Best: return kOfxImageEffectPropRenderQualityBest;
+        case Quality::Draft: return kOfxImageEffectPropRenderQualityDraft;
+        case Quality::Preview: return kOfxImageEffectPropRenderQualityPreview;
+        case Quality::Good: return kOfxImageEffectPropRenderQualityGood;
+        case Quality::Best: return kOfxImageEffectPropRenderQualityBest;
     }
     return kOfxImageEffectPropRenderQualityBest;
 }
@@ -34,8 +33,7 @@ int scaled(int size, double scale) { return std::max(1, int(std::lround(size * s
 
 // What render, identity and sequence arguments say of OpenCL: on with the
 // device's context and queue, or off.
-void defineOpenCLArgs(PropertySet& in, const OpenCLDevice* device)
-{
+void defineOpenCLArgs(PropertySet& in, const OpenCLDevice* device) {
     in.defineInt(kOfxImageEffectPropOpenCLEnabled, {device ? 1 : 0});
     in.definePointer(kOfxImageEffectPropOpenCLContext, {device ? device->context() : nullptr});
     in.definePointer(kOfxImageEffectPropOpenCLCommandQueue, {device ? device->queue() : nullptr});
@@ -43,8 +41,7 @@ void defineOpenCLArgs(PropertySet& in, const OpenCLDevice* device)
 
 }  // namespace
 
-void Instance::setClipFormats(const RenderOptions& o)
-{
+void Instance::setClipFormats(const RenderOptions& o) {
     for (const auto& c : clips_) {
         PropertySet& p = c->props();
         p.setString(kOfxImageEffectPropPixelDepth, ofxDepth(o.depth));
@@ -55,8 +52,7 @@ void Instance::setClipFormats(const RenderOptions& o)
     }
 }
 
-void Instance::setRenderOptions(const RenderOptions& o)
-{
+void Instance::setRenderOptions(const RenderOptions& o) {
     {
         std::lock_guard lock(mutex_);
         lastOptions_ = o;
@@ -64,16 +60,13 @@ void Instance::setRenderOptions(const RenderOptions& o)
     setClipFormats(o);
 }
 
-ImageBuffer Instance::makeOutput(const RenderOptions& o) const
-{
-    if (!(o.renderScale > 0.0 && o.renderScale <= 1.0))
-        throw Error("render scale", "must be above 0 and at most 1");
-    return ImageBuffer(scaled(projectWidth_, o.renderScale), scaled(projectHeight_, o.renderScale), o.depth,
-                       o.order, o.layout);
+ImageBuffer Instance::makeOutput(const RenderOptions& o) const {
+    if (!(o.renderScale > 0.0 && o.renderScale <= 1.0)) throw Error("render scale", "must be above 0 and at most 1");
+    return ImageBuffer(scaled(projectWidth_, o.renderScale), scaled(projectHeight_, o.renderScale), o.depth, o.order,
+                       o.layout);
 }
 
-void Instance::fillRenderArgs(PropertySet& in, double time, const RenderOptions& o, const RectI& w) const
-{
+void Instance::fillRenderArgs(PropertySet& in, double time, const RenderOptions& o, const RectI& w) const {
     in.defineDouble(kOfxPropTime, {time});
     in.defineString(kOfxImageEffectPropFieldToRender, {o.field});
     in.defineInt(kOfxImageEffectPropRenderWindow, {w.x1, w.y1, w.x2, w.y2});
@@ -90,19 +83,15 @@ void Instance::fillRenderArgs(PropertySet& in, double time, const RenderOptions&
     defineOpenCLArgs(in, openCLFor(o));
 }
 
-OpenCLDevice* Instance::openCLFor(const RenderOptions& o) const
-{
-    if (!o.openCL)
-        return nullptr;
+OpenCLDevice* Instance::openCLFor(const RenderOptions& o) const {
+    if (!o.openCL) return nullptr;
     OpenCLDevice* device = plugin_.host().openCL();
-    if (!device)
-        throw Error("OpenCL", "this host has no OpenCL device");
+    if (!device) throw Error("OpenCL", "this host has no OpenCL device");
     return supportsOpenCL(*this) ? device : nullptr;
 }
 
 OfxStatus Instance::callWithRender(const char* action, const RenderContext* ctx, OfxPropertySetHandle in,
-                                   OfxPropertySetHandle out)
-{
+                                   OfxPropertySetHandle out) {
     CallContext c = callContext();
     c.render = ctx;
     CallScope scope(c);
@@ -110,87 +99,72 @@ OfxStatus Instance::callWithRender(const char* action, const RenderContext* ctx,
 }
 
 std::shared_ptr<const ImageBuffer> Instance::inputFrame(const Clip& clip, double time, const RenderOptions& o,
-                                                        bool keep)
-{
-    const CacheKey key{clip.name(), time, o.depth, o.order, o.layout.rowPadding, o.layout.negativeRowBytes,
+                                                        bool keep) {
+    const CacheKey key{clip.name(),  time, o.depth, o.order, o.layout.rowPadding, o.layout.negativeRowBytes,
                        o.renderScale};
     FrameSource source;
     {
         std::lock_guard lock(mutex_);
-        if (auto it = cache_.find(key); it != cache_.end())
-            return it->second;
+        if (auto it = cache_.find(key); it != cache_.end()) return it->second;
         auto s = sources_.find(clip.name());
-        if (s == sources_.end())
-            return nullptr;
+        if (s == sources_.end()) return nullptr;
         source = s->second;
     }
     std::shared_ptr<const ImageBuffer> frame = source(time);
-    if (!frame)
-        return nullptr;
+    if (!frame) return nullptr;
     ImageBuffer converted = frame->converted(o.depth, o.order, o.layout);
     if (o.renderScale != 1.0)
         converted = converted.resized(scaled(frame->width(), o.renderScale), scaled(frame->height(), o.renderScale));
     auto result = std::make_shared<const ImageBuffer>(std::move(converted));
-    if (!keep)
-        return result;
+    if (!keep) return result;
     std::lock_guard lock(mutex_);
     return cache_.emplace(key, result).first->second;
 }
 
-const RenderContext* Instance::findRender(double time) const
-{
+const RenderContext* Instance::findRender(double time) const {
     const RenderContext* mine = callContext().render;
-    if (mine && mine->instance == this)
-        return mine;
+    if (mine && mine->instance == this) return mine;
     std::lock_guard lock(mutex_);
     for (const RenderContext* r : renders_)
-        if (r->time == time)
-            return r;
+        if (r->time == time) return r;
     return renders_.empty() ? nullptr : renders_.front();
 }
 
-OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& output)
-{
+OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& output) {
     if (output.depth() != o.depth || output.order() != o.order)
         throw Error("render", "the output image is not in the render's depth and order");
     const RectI window = checkedWindow(o, output);
     std::optional<OpenCLFrame> gpu;
-    if (OpenCLDevice* device = openCLFor(o))
-        gpu.emplace(*device, output);
+    if (OpenCLDevice* device = openCLFor(o)) gpu.emplace(*device, output);
     const OfxStatus s = renderInto(time, o, output, window, gpu ? &*gpu : nullptr);
-    if (gpu && statusPasses(s))
-        gpu->readBack();
+    if (gpu && statusPasses(s)) gpu->readBack();
     return s;
 }
 
-OfxStatus Instance::renderResident(double time, const RenderOptions& options, OpenCLFrame& frame)
-{
+OfxStatus Instance::renderResident(double time, const RenderOptions& options, OpenCLFrame& frame) {
     RenderOptions o = options;
     o.openCL = true;
-    if (!openCLFor(o))
-        throw Error("OpenCL", "the effect does not render with OpenCL");
+    if (!openCLFor(o)) throw Error("OpenCL", "the effect does not render with OpenCL");
     ImageBuffer& output = frame.outputImage();
     if (output.depth() != o.depth || output.order() != o.order)
         throw Error("render", "the output image is not in the render's depth and order");
     return renderInto(time, o, output, checkedWindow(o, output), &frame);
 }
 
-RectI Instance::checkedWindow(const RenderOptions& o, const ImageBuffer& output)
-{
+RectI Instance::checkedWindow(const RenderOptions& o, const ImageBuffer& output) {
     const RectI window = o.window.value_or(output.bounds());
     const RectI b = output.bounds();
     // An empty window is legal (a host may ask for nothing), one reaching
     // outside the output is not.
-    if (window.x2 < window.x1 || window.y2 < window.y1 || window.x1 < b.x1 || window.y1 < b.y1 ||
-        window.x2 > b.x2 || window.y2 > b.y2)
+    if (window.x2 < window.x1 || window.y2 < window.y1 || window.x1 < b.x1 || window.y1 < b.y1 || window.x2 > b.x2 ||
+        window.y2 > b.y2)
         throw Error("render window", "must be a part of the " + std::to_string(b.width()) + "x" +
                                          std::to_string(b.height()) + " output");
     return window;
 }
 
 OfxStatus Instance::renderInto(double time, const RenderOptions& o, ImageBuffer& output, const RectI& window,
-                               OpenCLFrame* gpu)
-{
+                               OpenCLFrame* gpu) {
     const RenderContext ctx{this, time, o, &output, gpu};
     {
         std::lock_guard lock(mutex_);
@@ -203,8 +177,7 @@ OfxStatus Instance::renderInto(double time, const RenderOptions& o, ImageBuffer&
     struct Unregister {
         Instance* self;
         const RenderContext* ctx;
-        ~Unregister()
-        {
+        ~Unregister() {
             std::lock_guard lock(self->mutex_);
             std::erase(self->renders_, ctx);
         }
@@ -215,16 +188,14 @@ OfxStatus Instance::renderInto(double time, const RenderOptions& o, ImageBuffer&
     // is reported as such and a benchmark times the plug-in alone.
     for (const auto& c : clips_)
         if (!c->isOutput())
-            if (auto frame = inputFrame(*c, time, o, true); frame && gpu)
-                gpu->input(frame);
+            if (auto frame = inputFrame(*c, time, o, true); frame && gpu) gpu->input(frame);
     time_ = time;
     PropertySet in;
     fillRenderArgs(in, time, o, window);
     return callWithRender(kOfxImageEffectActionRender, &ctx, in.handle(), nullptr);
 }
 
-OfxStatus Instance::isIdentity(double time, const RenderOptions& o, std::string& clipName, double& identityTime)
-{
+OfxStatus Instance::isIdentity(double time, const RenderOptions& o, std::string& clipName, double& identityTime) {
     {
         std::lock_guard lock(mutex_);
         lastOptions_ = o;
@@ -241,8 +212,7 @@ OfxStatus Instance::isIdentity(double time, const RenderOptions& o, std::string&
     return s;
 }
 
-OfxStatus Instance::regionOfDefinition(double time, double scale, OfxRectD& rod)
-{
+OfxStatus Instance::regionOfDefinition(double time, double scale, OfxRectD& rod) {
     PropertySet in, out;
     in.defineDouble(kOfxPropTime, {time});
     in.defineDouble(kOfxImageEffectPropRenderScale, {scale, scale});
@@ -253,30 +223,25 @@ OfxStatus Instance::regionOfDefinition(double time, double scale, OfxRectD& rod)
     return s;
 }
 
-OfxStatus Instance::regionsOfInterest(double time, double scale, const OfxRectD& roi, PropertySet& out)
-{
+OfxStatus Instance::regionsOfInterest(double time, double scale, const OfxRectD& roi, PropertySet& out) {
     PropertySet in;
     in.defineDouble(kOfxPropTime, {time});
     in.defineDouble(kOfxImageEffectPropRenderScale, {scale, scale});
     in.defineDouble(kOfxImageEffectPropRegionOfInterest, {roi.x1, roi.y1, roi.x2, roi.y2});
     for (const auto& c : clips_)
-        if (!c->isOutput())
-            out.defineDouble("OfxImageClipPropRoI_" + c->name(), {roi.x1, roi.y1, roi.x2, roi.y2});
+        if (!c->isOutput()) out.defineDouble("OfxImageClipPropRoI_" + c->name(), {roi.x1, roi.y1, roi.x2, roi.y2});
     return callWithRender(kOfxImageEffectActionGetRegionsOfInterest, nullptr, in.handle(), out.handle());
 }
 
-OfxStatus Instance::framesNeeded(double time, PropertySet& out)
-{
+OfxStatus Instance::framesNeeded(double time, PropertySet& out) {
     PropertySet in;
     in.defineDouble(kOfxPropTime, {time});
     for (const auto& c : clips_)
-        if (!c->isOutput())
-            out.defineDouble("OfxImageClipPropFrameRange_" + c->name(), {time, time}, true);
+        if (!c->isOutput()) out.defineDouble("OfxImageClipPropFrameRange_" + c->name(), {time, time}, true);
     return callWithRender(kOfxImageEffectActionGetFramesNeeded, nullptr, in.handle(), out.handle());
 }
 
-OfxStatus Instance::clipPreferences(PropertySet& out)
-{
+OfxStatus Instance::clipPreferences(PropertySet& out) {
     for (const auto& c : clips_) {
         out.defineString("OfxImageClipPropComponents_" + c->name(), {kOfxImageComponentRGBA});
         out.defineString("OfxImageClipPropDepth_" + c->name(), {ofxDepth(lastOptions_.depth)});
@@ -290,8 +255,7 @@ OfxStatus Instance::clipPreferences(PropertySet& out)
     return callWithRender(kOfxImageEffectActionGetClipPreferences, nullptr, nullptr, out.handle());
 }
 
-OfxStatus Instance::timeDomain(OfxRangeD& range)
-{
+OfxStatus Instance::timeDomain(OfxRangeD& range) {
     PropertySet out;
     out.defineDouble(kOfxImageEffectPropFrameRange, {range.min, range.max});
     const OfxStatus s = callWithRender(kOfxImageEffectActionGetTimeDomain, nullptr, nullptr, out.handle());
@@ -304,8 +268,7 @@ namespace {
 
 // The arguments of the begin and end sequence actions, which are the same.
 void defineSequenceArgs(PropertySet& in, double first, double last, double step, const RenderOptions& o,
-                        const OpenCLDevice* device)
-{
+                        const OpenCLDevice* device) {
     in.defineDouble(kOfxImageEffectPropFrameRange, {first, last});
     in.defineDouble(kOfxImageEffectPropFrameStep, {step});
     in.defineInt(kOfxPropIsInteractive, {o.interactive ? 1 : 0});
@@ -318,16 +281,14 @@ void defineSequenceArgs(PropertySet& in, double first, double last, double step,
 
 }  // namespace
 
-OfxStatus Instance::beginSequence(double first, double last, double step, const RenderOptions& o)
-{
+OfxStatus Instance::beginSequence(double first, double last, double step, const RenderOptions& o) {
     PropertySet in;
     defineSequenceArgs(in, first, last, step, o, openCLFor(o));
     setClipFormats(o);
     return callWithRender(kOfxImageEffectActionBeginSequenceRender, nullptr, in.handle(), nullptr);
 }
 
-OfxStatus Instance::endSequence(double first, double last, double step, const RenderOptions& o)
-{
+OfxStatus Instance::endSequence(double first, double last, double step, const RenderOptions& o) {
     PropertySet in;
     defineSequenceArgs(in, first, last, step, o, openCLFor(o));
     return callWithRender(kOfxImageEffectActionEndSequenceRender, nullptr, in.handle(), nullptr);

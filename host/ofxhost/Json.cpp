@@ -6,74 +6,62 @@
 
 namespace ofxhost {
 
-Json Json::strings(const std::vector<std::string>& list)
-{
+Json Json::strings(const std::vector<std::string>& list) {
     Array a;
-    for (const auto& s : list)
-        a.emplace_back(s);
+    for (const auto& s : list) a.emplace_back(s);
     return Json(std::move(a));
 }
 
-Json Json::numbers(const std::vector<double>& list)
-{
+Json Json::numbers(const std::vector<double>& list) {
     Array a;
-    for (double d : list)
-        a.emplace_back(d);
+    for (double d : list) a.emplace_back(d);
     return Json(std::move(a));
 }
 
-Json& Json::push(Json v)
-{
-    if (!std::holds_alternative<Array>(v_))
-        v_ = Array{};
+Json& Json::push(Json v) {
+    if (!std::holds_alternative<Array>(v_)) v_ = Array{};
     std::get<Array>(v_).push_back(std::move(v));
     return *this;
 }
 
-Json& Json::set(std::string key, Json v)
-{
-    if (!std::holds_alternative<Object>(v_))
-        v_ = Object{};
+Json& Json::set(std::string key, Json v) {
+    if (!std::holds_alternative<Object>(v_)) v_ = Object{};
     std::get<Object>(v_).emplace_back(std::move(key), std::move(v));
     return *this;
 }
 
-std::string Json::dump(bool indent) const
-{
+std::string Json::dump(bool indent) const {
     std::string out;
     write(out, indent, 0);
-    if (indent)
-        out += '\n';
+    if (indent) out += '\n';
     return out;
 }
 
 namespace {
 
-void writeString(std::string& out, const std::string& s)
-{
+void writeString(std::string& out, const std::string& s) {
     out += '"';
     for (unsigned char c : s) {
         switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char buf[8];
-                std::snprintf(buf, sizeof buf, "\\u%04x", c);
-                out += buf;
-            } else {
-                out += char(c);
-            }
+            case '"': out += "\\\""; break;
+            case '\\': out += "\\\\"; break;
+            case '\n': out += "\\n"; break;
+            case '\r': out += "\\r"; break;
+            case '\t': out += "\\t"; break;
+            default:
+                if (c < 0x20) {
+                    char buf[8];
+                    std::snprintf(buf, sizeof buf, "\\u%04x", c);
+                    out += buf;
+                } else {
+                    out += char(c);
+                }
         }
     }
     out += '"';
 }
 
-void newline(std::string& out, bool indent, int depth)
-{
+void newline(std::string& out, bool indent, int depth) {
     if (indent) {
         out += '\n';
         out.append(std::size_t(depth) * 2, ' ');
@@ -82,8 +70,7 @@ void newline(std::string& out, bool indent, int depth)
 
 }  // namespace
 
-void Json::write(std::string& out, bool indent, int depth) const
-{
+void Json::write(std::string& out, bool indent, int depth) const {
     if (std::holds_alternative<std::nullptr_t>(v_)) {
         out += "null";
     } else if (auto* b = std::get_if<bool>(&v_)) {
@@ -105,8 +92,7 @@ void Json::write(std::string& out, bool indent, int depth) const
         }
         out += '[';
         for (std::size_t i = 0; i < a->size(); ++i) {
-            if (i)
-                out += ',';
+            if (i) out += ',';
             newline(out, indent, depth + 1);
             (*a)[i].write(out, indent, depth + 1);
         }
@@ -119,8 +105,7 @@ void Json::write(std::string& out, bool indent, int depth) const
         }
         out += '{';
         for (std::size_t i = 0; i < o->size(); ++i) {
-            if (i)
-                out += ',';
+            if (i) out += ',';
             newline(out, indent, depth + 1);
             writeString(out, (*o)[i].first);
             out += indent ? ": " : ":";

@@ -13,29 +13,24 @@ class Reader {
 public:
     Reader(const std::string& text, const std::string& what) : s_(text), what_(what) {}
 
-    Json document()
-    {
+    Json document() {
         Json v = value(0);
         skipSpace();
-        if (pos_ != s_.size())
-            fail("text after the value");
+        if (pos_ != s_.size()) fail("text after the value");
         return v;
     }
 
 private:
-    [[noreturn]] void fail(const std::string& why) const
-    {
+    [[noreturn]] void fail(const std::string& why) const {
         throw Error(what_, "not valid JSON at byte " + std::to_string(pos_) + ": " + why);
     }
 
-    void skipSpace()
-    {
+    void skipSpace() {
         while (pos_ < s_.size() && (s_[pos_] == ' ' || s_[pos_] == '\t' || s_[pos_] == '\n' || s_[pos_] == '\r'))
             ++pos_;
     }
 
-    bool take(char c)
-    {
+    bool take(char c) {
         skipSpace();
         if (pos_ < s_.size() && s_[pos_] == c) {
             ++pos_;
@@ -44,54 +39,38 @@ private:
         return false;
     }
 
-    void expect(char c)
-    {
-        if (!take(c))
-            fail(std::string("expected '") + c + "'");
+    void expect(char c) {
+        if (!take(c)) fail(std::string("expected '") + c + "'");
     }
 
-    bool word(const char* w)
-    {
+    bool word(const char* w) {
         const std::string_view v(w);
-        if (s_.compare(pos_, v.size(), v) != 0)
-            return false;
+        if (s_.compare(pos_, v.size(), v) != 0) return false;
         pos_ += v.size();
         return true;
     }
 
-    Json value(int depth)
-    {
-        if (depth > 64)
-            fail("nested too deeply");
+    Json value(int depth) {
+        if (depth > 64) fail("nested too deeply");
         skipSpace();
-        if (pos_ >= s_.size())
-            fail("unexpected end");
+        if (pos_ >= s_.size()) fail("unexpected end");
         const char c = s_[pos_];
-        if (c == '{')
-            return object(depth);
-        if (c == '[')
-            return array(depth);
-        if (c == '"')
-            return Json(string());
-        if (word("true"))
-            return Json(true);
-        if (word("false"))
-            return Json(false);
-        if (word("null"))
-            return Json();
+        if (c == '{') return object(depth);
+        if (c == '[') return array(depth);
+        if (c == '"') return Json(string());
+        if (word("true")) return Json(true);
+        if (word("false")) return Json(false);
+        if (word("null")) return Json();
         return Json(number());
     }
 
-    Json object(int depth)
-    {
+    Json object(int depth) {
         ++pos_;
         Json o = Json::object();
-        if (take('}'))
-            return o;
+        if (take('}')) return o;
         do {
             skipSpace();
-            if (pos_ >= s_.size() || s_[pos_] != '"')
-                fail("expected a member name");
+            if (pos_ >= s_.size() || s_[pos_] != '"') fail("expected a member name");
             std::string key = string();
             expect(':');
             o.set(std::move(key), value(depth + 1));
@@ -100,56 +79,44 @@ private:
         return o;
     }
 
-    Json array(int depth)
-    {
+    Json array(int depth) {
         ++pos_;
         Json a = Json::array();
-        if (take(']'))
-            return a;
-        do
-            a.push(value(depth + 1));
+        if (take(']')) return a;
+        do a.push(value(depth + 1));
         while (take(','));
         expect(']');
         return a;
     }
 
-    double number()
-    {
+    double number() {
         // The JSON grammar: -?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][+-]?[0-9]+)?
         const std::size_t start = pos_;
         const auto digits = [&] {
             const std::size_t from = pos_;
-            while (pos_ < s_.size() && s_[pos_] >= '0' && s_[pos_] <= '9')
-                ++pos_;
+            while (pos_ < s_.size() && s_[pos_] >= '0' && s_[pos_] <= '9') ++pos_;
             return pos_ > from;
         };
-        if (pos_ < s_.size() && s_[pos_] == '-')
-            ++pos_;
+        if (pos_ < s_.size() && s_[pos_] == '-') ++pos_;
         if (pos_ < s_.size() && s_[pos_] == '0')
             ++pos_;
         else if (!digits())
             fail("expected a value");
-        if (pos_ < s_.size() && s_[pos_] == '.' && (++pos_, !digits()))
-            fail("expected digits after '.'");
+        if (pos_ < s_.size() && s_[pos_] == '.' && (++pos_, !digits())) fail("expected digits after '.'");
         if (pos_ < s_.size() && (s_[pos_] == 'e' || s_[pos_] == 'E')) {
             ++pos_;
-            if (pos_ < s_.size() && (s_[pos_] == '+' || s_[pos_] == '-'))
-                ++pos_;
-            if (!digits())
-                fail("expected an exponent");
+            if (pos_ < s_.size() && (s_[pos_] == '+' || s_[pos_] == '-')) ++pos_;
+            if (!digits()) fail("expected an exponent");
         }
         const std::string text = s_.substr(start, pos_ - start);
         errno = 0;
         const double v = std::strtod(text.c_str(), nullptr);
-        if (errno == ERANGE && std::isinf(v))
-            fail("number out of range");
+        if (errno == ERANGE && std::isinf(v)) fail("number out of range");
         return v;
     }
 
-    unsigned hex4()
-    {
-        if (pos_ + 4 > s_.size())
-            fail("short \\u escape");
+    unsigned hex4() {
+        if (pos_ + 4 > s_.size()) fail("short \\u escape");
         unsigned v = 0;
         for (int i = 0; i < 4; ++i) {
             const char c = s_[pos_++];
@@ -166,8 +133,7 @@ private:
         return v;
     }
 
-    void utf8(std::string& out, unsigned cp)
-    {
+    void utf8(std::string& out, unsigned cp) {
         if (cp < 0x80) {
             out += char(cp);
         } else if (cp < 0x800) {
@@ -185,47 +151,42 @@ private:
         }
     }
 
-    std::string string()
-    {
+    std::string string() {
         ++pos_;
         std::string out;
         while (true) {
-            if (pos_ >= s_.size())
-                fail("unterminated string");
+            if (pos_ >= s_.size()) fail("unterminated string");
             const char c = s_[pos_++];
-            if (c == '"')
-                return out;
-            if (static_cast<unsigned char>(c) < 0x20)
-                fail("control character in a string");
+            if (c == '"') return out;
+            if (static_cast<unsigned char>(c) < 0x20) fail("control character in a string");
             if (c != '\\') {
                 out += c;
                 continue;
             }
-            if (pos_ >= s_.size())
-                fail("unterminated string");
+            if (pos_ >= s_.size()) fail("unterminated string");
             switch (const char e = s_[pos_++]) {
-            case '"': case '\\': case '/': out += e; break;
-            case 'b': out += '\b'; break;
-            case 'f': out += '\f'; break;
-            case 'n': out += '\n'; break;
-            case 'r': out += '\r'; break;
-            case 't': out += '\t'; break;
-            case 'u': {
-                unsigned cp = hex4();
-                if (cp >= 0xD800 && cp < 0xDC00) {
-                    if (!word("\\u"))
+                case '"':
+                case '\\':
+                case '/': out += e; break;
+                case 'b': out += '\b'; break;
+                case 'f': out += '\f'; break;
+                case 'n': out += '\n'; break;
+                case 'r': out += '\r'; break;
+                case 't': out += '\t'; break;
+                case 'u': {
+                    unsigned cp = hex4();
+                    if (cp >= 0xD800 && cp < 0xDC00) {
+                        if (!word("\\u")) fail("lone surrogate");
+                        const unsigned low = hex4();
+                        if (low < 0xDC00 || low > 0xDFFF) fail("lone surrogate");
+                        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
+                    } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
                         fail("lone surrogate");
-                    const unsigned low = hex4();
-                    if (low < 0xDC00 || low > 0xDFFF)
-                        fail("lone surrogate");
-                    cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
-                } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
-                    fail("lone surrogate");
+                    }
+                    utf8(out, cp);
+                    break;
                 }
-                utf8(out, cp);
-                break;
-            }
-            default: fail("bad escape");
+                default: fail("bad escape");
             }
         }
     }
@@ -237,24 +198,18 @@ private:
 
 }  // namespace
 
-Json Json::parse(const std::string& text, const std::string& what)
-{
-    return Reader(text, what).document();
-}
+Json Json::parse(const std::string& text, const std::string& what) { return Reader(text, what).document(); }
 
-const Json::Array& Json::items() const
-{
+const Json::Array& Json::items() const {
     static const Array none;
     const Array* a = std::get_if<Array>(&v_);
     return a ? *a : none;
 }
 
-const Json* Json::find(std::string_view key) const
-{
+const Json* Json::find(std::string_view key) const {
     if (const Object* o = std::get_if<Object>(&v_))
         for (const auto& [k, v] : *o)
-            if (k == key)
-                return &v;
+            if (k == key) return &v;
     return nullptr;
 }
 

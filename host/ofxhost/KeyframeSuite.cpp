@@ -8,24 +8,20 @@ namespace ofxhost::suites {
 
 namespace {
 
-OfxStatus setKeyframeInterpolation(OfxParamHandle param, OfxTime time, int interpolation)
-{
+OfxStatus setKeyframeInterpolation(OfxParamHandle param, OfxTime time, int interpolation) {
     if (interpolation < kOfxTalvoInterpolationUnknown || interpolation > kOfxTalvoInterpolationSplit)
         return kOfxStatErrValue;
     return onHandle<Param>(param, [&](Param& p) { return p.setKeyInterpolation(time, interpolation); });
 }
 
-OfxStatus getKeyframeInterpolation(OfxParamHandle param, OfxTime time, int* interpolation)
-{
-    if (!interpolation)
-        return kOfxStatErrValue;
+OfxStatus getKeyframeInterpolation(OfxParamHandle param, OfxTime time, int* interpolation) {
+    if (!interpolation) return kOfxStatErrValue;
     return onHandle<Param>(param, [&](Param& p) { return p.keyInterpolation(time, *interpolation); });
 }
 
 }  // namespace
 
-const OfxTalvoKeyframeSuiteV1* keyframe()
-{
+const OfxTalvoKeyframeSuiteV1* keyframe() {
     static const OfxTalvoKeyframeSuiteV1 suite{setKeyframeInterpolation, getKeyframeInterpolation};
     return &suite;
 }

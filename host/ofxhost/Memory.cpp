@@ -19,10 +19,8 @@ struct FreeDeleter {
 
 class ImageMemory : public Handled<HandleKind::ImageMemory> {
 public:
-    explicit ImageMemory(std::size_t bytes) : block_(std::aligned_alloc(64, (bytes + 63) / 64 * 64 + 64))
-    {
-        if (!block_)
-            throw std::bad_alloc();
+    explicit ImageMemory(std::size_t bytes) : block_(std::aligned_alloc(64, (bytes + 63) / 64 * 64 + 64)) {
+        if (!block_) throw std::bad_alloc();
     }
     void* data() const { return block_.get(); }
     int locks = 0;
@@ -37,8 +35,7 @@ struct Blocks {
     std::unordered_map<const void*, std::unique_ptr<ImageMemory>> images;
 };
 
-Blocks& blocks()
-{
+Blocks& blocks() {
     static Blocks* b = new Blocks;
     return *b;
 }
@@ -48,16 +45,12 @@ constexpr std::size_t kMaxBytes = std::size_t(1) << 40;
 
 }  // namespace
 
-OfxStatus allocate(std::size_t bytes, void** out)
-{
-    if (!out)
-        return kOfxStatErrValue;
+OfxStatus allocate(std::size_t bytes, void** out) {
+    if (!out) return kOfxStatErrValue;
     *out = nullptr;
-    if (bytes > kMaxBytes)
-        return kOfxStatErrMemory;
+    if (bytes > kMaxBytes) return kOfxStatErrMemory;
     void* p = std::aligned_alloc(64, (bytes + 63) / 64 * 64 + 64);
-    if (!p)
-        return kOfxStatErrMemory;
+    if (!p) return kOfxStatErrMemory;
     Blocks& b = blocks();
     std::lock_guard lock(b.mutex);
     b.plain.emplace(p, std::unique_ptr<void, FreeDeleter>(p));
@@ -65,27 +58,22 @@ OfxStatus allocate(std::size_t bytes, void** out)
     return kOfxStatOK;
 }
 
-OfxStatus release(void* block)
-{
+OfxStatus release(void* block) {
     Blocks& b = blocks();
     std::lock_guard lock(b.mutex);
     return b.plain.erase(block) ? kOfxStatOK : kOfxStatErrBadHandle;
 }
 
-std::size_t liveBlocks()
-{
+std::size_t liveBlocks() {
     Blocks& b = blocks();
     std::lock_guard lock(b.mutex);
     return b.plain.size() + b.images.size();
 }
 
-OfxStatus imageAllocate(std::size_t bytes, OfxImageMemoryHandle* out)
-{
-    if (!out)
-        return kOfxStatErrValue;
+OfxStatus imageAllocate(std::size_t bytes, OfxImageMemoryHandle* out) {
+    if (!out) return kOfxStatErrValue;
     *out = nullptr;
-    if (bytes > kMaxBytes)
-        return kOfxStatErrMemory;
+    if (bytes > kMaxBytes) return kOfxStatErrMemory;
     auto m = std::make_unique<ImageMemory>(bytes);
     Blocks& b = blocks();
     std::lock_guard lock(b.mutex);
@@ -94,36 +82,29 @@ OfxStatus imageAllocate(std::size_t bytes, OfxImageMemoryHandle* out)
     return kOfxStatOK;
 }
 
-OfxStatus imageFree(OfxImageMemoryHandle h)
-{
+OfxStatus imageFree(OfxImageMemoryHandle h) {
     Blocks& b = blocks();
     std::lock_guard lock(b.mutex);
     return b.images.erase(h) ? kOfxStatOK : kOfxStatErrBadHandle;
 }
 
-OfxStatus imageLock(OfxImageMemoryHandle h, void** out)
-{
+OfxStatus imageLock(OfxImageMemoryHandle h, void** out) {
     Blocks& b = blocks();
     std::lock_guard lock(b.mutex);
     auto it = b.images.find(h);
-    if (it == b.images.end())
-        return kOfxStatErrBadHandle;
-    if (!out)
-        return kOfxStatErrValue;
+    if (it == b.images.end()) return kOfxStatErrBadHandle;
+    if (!out) return kOfxStatErrValue;
     ++it->second->locks;
     *out = it->second->data();
     return kOfxStatOK;
 }
 
-OfxStatus imageUnlock(OfxImageMemoryHandle h)
-{
+OfxStatus imageUnlock(OfxImageMemoryHandle h) {
     Blocks& b = blocks();
     std::lock_guard lock(b.mutex);
     auto it = b.images.find(h);
-    if (it == b.images.end())
-        return kOfxStatErrBadHandle;
-    if (it->second->locks > 0)
-        --it->second->locks;
+    if (it == b.images.end()) return kOfxStatErrBadHandle;
+    if (it->second->locks > 0) --it->second->locks;
     return kOfxStatOK;
 }
 
@@ -133,20 +114,17 @@ namespace ofxhost::suites {
 
 namespace {
 
-OfxStatus memoryAlloc(void*, size_t bytes, void** out)
-{
+OfxStatus memoryAlloc(void*, size_t bytes, void** out) {
     return guarded([&] { return memory::allocate(bytes, out); });
 }
 
-OfxStatus memoryFree(void* block)
-{
+OfxStatus memoryFree(void* block) {
     return guarded([&] { return memory::release(block); });
 }
 
 }  // namespace
 
-const OfxMemorySuiteV1* memory()
-{
+const OfxMemorySuiteV1* memory() {
     static const OfxMemorySuiteV1 suite{memoryAlloc, memoryFree};
     return &suite;
 }

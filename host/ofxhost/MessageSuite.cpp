@@ -15,24 +15,20 @@ namespace ofxhost::suites {
 
 namespace {
 
-std::string format(const char* fmt, va_list ap)
-{
-    if (!fmt)
-        return "";
+std::string format(const char* fmt, va_list ap) {
+    if (!fmt) return "";
     va_list copy;
     va_copy(copy, ap);
     const int n = std::vsnprintf(nullptr, 0, fmt, copy);
     va_end(copy);
-    if (n <= 0)
-        return "";
+    if (n <= 0) return "";
     std::string out(std::size_t(n) + 1, '\0');
     std::vsnprintf(out.data(), out.size(), fmt, ap);
     out.resize(std::size_t(n));
     return out;
 }
 
-OfxStatus post(void* handle, const char* type, const char* id, const char* fmt, va_list ap, bool persistent)
-{
+OfxStatus post(void* handle, const char* type, const char* id, const char* fmt, va_list ap, bool persistent) {
     Host* host = nullptr;
     Message m;
     if (EffectObject* e = EffectObject::fromHandle(static_cast<const void*>(handle))) {
@@ -44,10 +40,8 @@ OfxStatus post(void* handle, const char* type, const char* id, const char* fmt, 
         host = &p->host();
         m.pluginId = p->id();
     }
-    if (!host)
-        host = currentHost();
-    if (!host)
-        return kOfxStatFailed;
+    if (!host) host = currentHost();
+    if (!host) return kOfxStatFailed;
     m.type = type ? type : "";
     m.id = id ? id : "";
     m.text = format(fmt, ap);
@@ -57,8 +51,7 @@ OfxStatus post(void* handle, const char* type, const char* id, const char* fmt, 
     return question ? kOfxStatReplyNo : kOfxStatOK;
 }
 
-OfxStatus message(void* handle, const char* type, const char* id, const char* fmt, ...)
-{
+OfxStatus message(void* handle, const char* type, const char* id, const char* fmt, ...) {
     va_list ap;
     va_start(ap, fmt);
     const OfxStatus s = guarded([&] { return post(handle, type, id, fmt, ap, false); });
@@ -66,8 +59,7 @@ OfxStatus message(void* handle, const char* type, const char* id, const char* fm
     return s;
 }
 
-OfxStatus setPersistentMessage(void* handle, const char* type, const char* id, const char* fmt, ...)
-{
+OfxStatus setPersistentMessage(void* handle, const char* type, const char* id, const char* fmt, ...) {
     va_list ap;
     va_start(ap, fmt);
     const OfxStatus s = guarded([&] { return post(handle, type, id, fmt, ap, true); });
@@ -75,21 +67,18 @@ OfxStatus setPersistentMessage(void* handle, const char* type, const char* id, c
     return s;
 }
 
-OfxStatus clearPersistentMessage(void* handle)
-{
+OfxStatus clearPersistentMessage(void* handle) {
     return EffectObject::fromHandle(static_cast<const void*>(handle)) ? kOfxStatOK : kOfxStatErrBadHandle;
 }
 
 }  // namespace
 
-const OfxMessageSuiteV1* messageV1()
-{
+const OfxMessageSuiteV1* messageV1() {
     static const OfxMessageSuiteV1 suite{message};
     return &suite;
 }
 
-const OfxMessageSuiteV2* messageV2()
-{
+const OfxMessageSuiteV2* messageV2() {
     static const OfxMessageSuiteV2 suite{message, setPersistentMessage, clearPersistentMessage};
     return &suite;
 }

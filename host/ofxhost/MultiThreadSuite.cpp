@@ -18,31 +18,25 @@ namespace {
 // that does not hold it is refused instead of being undefined behaviour.
 class HostMutex : public Handled<HandleKind::Mutex> {
 public:
-    void lock()
-    {
+    void lock() {
         std::unique_lock l(m_);
         const auto self = std::this_thread::get_id();
         cv_.wait(l, [&] { return count_ == 0 || owner_ == self; });
         owner_ = self;
         ++count_;
     }
-    bool tryLock()
-    {
+    bool tryLock() {
         std::lock_guard l(m_);
         const auto self = std::this_thread::get_id();
-        if (count_ != 0 && owner_ != self)
-            return false;
+        if (count_ != 0 && owner_ != self) return false;
         owner_ = self;
         ++count_;
         return true;
     }
-    bool unlock()
-    {
+    bool unlock() {
         std::lock_guard l(m_);
-        if (count_ == 0 || owner_ != std::this_thread::get_id())
-            return false;
-        if (--count_ == 0)
-            cv_.notify_one();
+        if (count_ == 0 || owner_ != std::this_thread::get_id()) return false;
+        if (--count_ == 0) cv_.notify_one();
         return true;
     }
 
@@ -58,31 +52,25 @@ struct Mutexes {
     std::unordered_map<const void*, std::unique_ptr<HostMutex>> live;
 };
 
-Mutexes& mutexes()
-{
+Mutexes& mutexes() {
     static Mutexes* m = new Mutexes;
     return *m;
 }
 
-HostMutex* findMutex(OfxMutexHandle h)
-{
+HostMutex* findMutex(OfxMutexHandle h) {
     Mutexes& m = mutexes();
     std::lock_guard lock(m.mutex);
     auto it = m.live.find(h);
     return it == m.live.end() ? nullptr : it->second.get();
 }
 
-OfxStatus runThreads(OfxThreadFunctionV1 func, unsigned int nThreads, void* arg)
-{
+OfxStatus runThreads(OfxThreadFunctionV1 func, unsigned int nThreads, void* arg) {
     return guarded([&] {
-        if (!func)
-            return kOfxStatErrValue;
+        if (!func) return kOfxStatErrValue;
         Host* host = currentHost();
-        if (!host)
-            return kOfxStatFailed;
+        if (!host) return kOfxStatFailed;
         ThreadPool& pool = host->threadPool();
-        if (nThreads == 0)
-            nThreads = pool.size();
+        if (nThreads == 0) nThreads = pool.size();
         // Workers run in the caller's context, so that they find its render.
         const CallContext context = callContext();
         pool.run(
@@ -95,35 +83,27 @@ OfxStatus runThreads(OfxThreadFunctionV1 func, unsigned int nThreads, void* arg)
     });
 }
 
-OfxStatus numCPUs(unsigned int* n)
-{
-    if (!n)
-        return kOfxStatErrValue;
+OfxStatus numCPUs(unsigned int* n) {
+    if (!n) return kOfxStatErrValue;
     Host* host = currentHost();
     *n = host ? host->threadPool().size() : 1;
     return kOfxStatOK;
 }
 
-OfxStatus threadIndex(unsigned int* index)
-{
-    if (!index)
-        return kOfxStatErrValue;
+OfxStatus threadIndex(unsigned int* index) {
+    if (!index) return kOfxStatErrValue;
     *index = ThreadPool::currentIndex();
     return kOfxStatOK;
 }
 
 int isSpawned() { return ThreadPool::onWorker() ? 1 : 0; }
 
-OfxStatus mutexCreate(OfxMutexHandle* out, int lockCount)
-{
+OfxStatus mutexCreate(OfxMutexHandle* out, int lockCount) {
     return guarded([&] {
-        if (!out)
-            return kOfxStatErrValue;
-        if (lockCount < 0)
-            return kOfxStatErrValue;
+        if (!out) return kOfxStatErrValue;
+        if (lockCount < 0) return kOfxStatErrValue;
         auto m = std::make_unique<HostMutex>();
-        for (int i = 0; i < lockCount; ++i)
-            m->lock();
+        for (int i = 0; i < lockCount; ++i) m->lock();
         Mutexes& all = mutexes();
         std::lock_guard lock(all.mutex);
         *out = static_cast<OfxMutexHandle>(m->rawHandle());
@@ -132,8 +112,7 @@ OfxStatus mutexCreate(OfxMutexHandle* out, int lockCount)
     });
 }
 
-OfxStatus mutexDestroy(const OfxMutexHandle h)
-{
+OfxStatus mutexDestroy(const OfxMutexHandle h) {
     return guarded([&] {
         Mutexes& all = mutexes();
         std::lock_guard lock(all.mutex);
@@ -141,50 +120,36 @@ OfxStatus mutexDestroy(const OfxMutexHandle h)
     });
 }
 
-OfxStatus mutexLock(const OfxMutexHandle h)
-{
+OfxStatus mutexLock(const OfxMutexHandle h) {
     return guarded([&] {
         HostMutex* m = findMutex(h);
-        if (!m)
-            return kOfxStatErrBadHandle;
+        if (!m) return kOfxStatErrBadHandle;
         m->lock();
         return kOfxStatOK;
     });
 }
 
-OfxStatus mutexUnLock(const OfxMutexHandle h)
-{
+OfxStatus mutexUnLock(const OfxMutexHandle h) {
     return guarded([&] {
         HostMutex* m = findMutex(h);
-        if (!m)
-            return kOfxStatErrBadHandle;
+        if (!m) return kOfxStatErrBadHandle;
         return m->unlock() ? kOfxStatOK : kOfxStatErrValue;
     });
 }
 
-OfxStatus mutexTryLock(const OfxMutexHandle h)
-{
+OfxStatus mutexTryLock(const OfxMutexHandle h) {
     return guarded([&] {
         HostMutex* m = findMutex(h);
-        if (!m)
-            return kOfxStatErrBadHandle;
+        if (!m) return kOfxStatErrBadHandle;
         return m->tryLock() ? kOfxStatOK : kOfxStatFailed;
     });
 }
 
 }  // namespace
 
-const OfxMultiThreadSuiteV1* multiThread()
-{
-    static const OfxMultiThreadSuiteV1 suite{runThreads,
-                                             numCPUs,
-                                             threadIndex,
-                                             isSpawned,
-                                             mutexCreate,
-                                             mutexDestroy,
-                                             mutexLock,
-                                             mutexUnLock,
-                                             mutexTryLock};
+const OfxMultiThreadSuiteV1* multiThread() {
+    static const OfxMultiThreadSuiteV1 suite{runThreads,   numCPUs,   threadIndex, isSpawned,   mutexCreate,
+                                             mutexDestroy, mutexLock, mutexUnLock, mutexTryLock};
     return &suite;
 }
 

@@ -9,8 +9,7 @@
 namespace ofxhost {
 
 inline const char* ofxDepth(Depth d) { return d == Depth::Byte ? kOfxBitDepthByte : kOfxBitDepthFloat; }
-inline const char* ofxOrder(PixelOrder o)
-{
+inline const char* ofxOrder(PixelOrder o) {
     return o == PixelOrder::RGBA ? kOfxImagePixelOrderRGBA : kOfxImagePixelOrderBGRA;
 }
 

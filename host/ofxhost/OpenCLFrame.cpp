@@ -10,11 +10,9 @@
 
 namespace ofxhost {
 
-bool supportsOpenCL(const EffectObject& effect)
-{
+bool supportsOpenCL(const EffectObject& effect) {
     const PropertySet& p = effect.props();
-    if (!p.has(kOfxImageEffectPropOpenCLSupported))
-        return false;
+    if (!p.has(kOfxImageEffectPropOpenCLSupported)) return false;
     const std::string v = p.getString(kOfxImageEffectPropOpenCLSupported);
     return v == "true" || v == "needed";
 }
@@ -30,14 +28,11 @@ OpenCLFrame::OpenCLFrame(OpenCLDevice& device, ImageBuffer& output)
     : device_(device),
       renderLock_(device.oneRenderAtATime() ? std::unique_lock(device.renderMutex()) : std::unique_lock<std::mutex>()),
       outputImage_(output),
-      output_(upload(output))
-{
-}
+      output_(upload(output)) {}
 
 OpenCLFrame::~OpenCLFrame() { clFinish(device_.queue()); }
 
-OpenCLFrame::Buffer OpenCLFrame::upload(const ImageBuffer& image)
-{
+OpenCLFrame::Buffer OpenCLFrame::upload(const ImageBuffer& image) {
     const std::size_t row = std::size_t(packedRowBytes(image));
     // OpenCL refuses buffers of no bytes; an empty image gets a token one.
     const std::size_t size = std::max<std::size_t>(row * std::size_t(image.height()), 16);
@@ -51,31 +46,27 @@ OpenCLFrame::Buffer OpenCLFrame::upload(const ImageBuffer& image)
         pixels = packed.data();
     }
     Buffer buffer(device_.takeBuffer(size), Recycle{&device_, size});
-    if (const cl_int err = clEnqueueWriteBuffer(device_.queue(), buffer.get(), CL_TRUE, 0, size, pixels, 0, nullptr,
-                                                nullptr);
+    if (const cl_int err =
+            clEnqueueWriteBuffer(device_.queue(), buffer.get(), CL_TRUE, 0, size, pixels, 0, nullptr, nullptr);
         err != CL_SUCCESS)
         throw Error("OpenCL", "uploading a " + std::to_string(size) + "-byte image to \"" + device_.deviceName() +
                                   "\" failed: " + clStatusName(err));
     return buffer;
 }
 
-cl_mem OpenCLFrame::input(const std::shared_ptr<const ImageBuffer>& image)
-{
+cl_mem OpenCLFrame::input(const std::shared_ptr<const ImageBuffer>& image) {
     std::lock_guard lock(mutex_);
     auto it = inputs_.find(image.get());
-    if (it == inputs_.end())
-        it = inputs_.emplace(image.get(), std::pair{image, upload(*image)}).first;
+    if (it == inputs_.end()) it = inputs_.emplace(image.get(), std::pair{image, upload(*image)}).first;
     return it->second.second.get();
 }
 
-void OpenCLFrame::finish()
-{
+void OpenCLFrame::finish() {
     if (const cl_int err = clFinish(device_.queue()); err != CL_SUCCESS)
         throw Error("OpenCL", "the device's work failed: " + clStatusName(err));
 }
 
-void OpenCLFrame::readBack()
-{
+void OpenCLFrame::readBack() {
     const ImageBuffer& image = outputImage_;
     const std::size_t row = std::size_t(packedRowBytes(image));
     const std::size_t size = row * std::size_t(image.height());
@@ -85,8 +76,7 @@ void OpenCLFrame::readBack()
     if (err == CL_SUCCESS && size > 0)
         err = clEnqueueReadBuffer(device_.queue(), output_.get(), CL_TRUE, 0, size,
                                   direct ? outputImage_.data() : packed.data(), 0, nullptr, nullptr);
-    if (err != CL_SUCCESS)
-        throw Error("OpenCL", "reading the output back failed: " + clStatusName(err));
+    if (err != CL_SUCCESS) throw Error("OpenCL", "reading the output back failed: " + clStatusName(err));
     if (!direct)
         for (int y = image.bounds().y1; y < image.bounds().y2; ++y)
             std::memcpy(outputImage_.row(y), packed.data() + std::size_t(y - image.bounds().y1) * row, row);

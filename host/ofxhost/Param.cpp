@@ -10,8 +10,7 @@
 
 namespace ofxhost {
 
-const std::vector<ParamType>& paramTypes()
-{
+const std::vector<ParamType>& paramTypes() {
     static const std::vector<ParamType> types = {
         {kOfxParamTypeInteger, ValueKind::Int, 1},
         {kOfxParamTypeDouble, ValueKind::Double, 1},
@@ -34,25 +33,21 @@ const std::vector<ParamType>& paramTypes()
     return types;
 }
 
-const ParamType* findParamType(std::string_view name)
-{
+const ParamType* findParamType(std::string_view name) {
     for (const auto& t : paramTypes())
-        if (name == t.ofxName)
-            return &t;
+        if (name == t.ofxName) return &t;
     return nullptr;
 }
 
 namespace {
 
-bool isNumeric(ValueKind k)
-{
+bool isNumeric(ValueKind k) {
     return k == ValueKind::Int || k == ValueKind::Double || k == ValueKind::Bool || k == ValueKind::Choice;
 }
 
-std::vector<std::string> dimensionLabels(const ParamType& t)
-{
-    const bool colour = t.ofxName == std::string_view(kOfxParamTypeRGB) ||
-                        t.ofxName == std::string_view(kOfxParamTypeRGBA);
+std::vector<std::string> dimensionLabels(const ParamType& t) {
+    const bool colour =
+        t.ofxName == std::string_view(kOfxParamTypeRGB) || t.ofxName == std::string_view(kOfxParamTypeRGBA);
     static const char* rgba[] = {"r", "g", "b", "a"};
     static const char* xyz[] = {"x", "y", "z"};
     const char** names = colour ? rgba : xyz;
@@ -60,8 +55,7 @@ std::vector<std::string> dimensionLabels(const ParamType& t)
 }
 
 // The published properties of a parameter descriptor of this type.
-void defineProperties(PropertySet& p, const ParamType& t, const std::string& name)
-{
+void defineProperties(PropertySet& p, const ParamType& t, const std::string& name) {
     p.defineString(kOfxPropType, {kOfxTypeParameter});
     p.defineString(kOfxPropName, {name});
     p.defineString(kOfxPropLabel, {name});
@@ -84,8 +78,7 @@ void defineProperties(PropertySet& p, const ParamType& t, const std::string& nam
         p.defineInt(kOfxParamPropGroupOpen, {1});
         return;
     }
-    if (t.kind == ValueKind::None)
-        return;
+    if (t.kind == ValueKind::None) return;
 
     p.definePointer(kOfxParamPropInteractV1, {nullptr});
     p.defineDouble(kOfxParamPropInteractSize, {0.0, 0.0});
@@ -104,53 +97,49 @@ void defineProperties(PropertySet& p, const ParamType& t, const std::string& nam
     p.defineString(kOfxParamPropCacheInvalidation, {kOfxParamInvalidateValueChange});
 
     switch (t.kind) {
-    case ValueKind::Int:
-        p.defineInt(kOfxParamPropDefault, std::vector<int>(t.dims, 0));
-        p.defineInt(kOfxParamPropMin, std::vector<int>(t.dims, INT_MIN));
-        p.defineInt(kOfxParamPropMax, std::vector<int>(t.dims, INT_MAX));
-        p.defineInt(kOfxParamPropDisplayMin, std::vector<int>(t.dims, INT_MIN));
-        p.defineInt(kOfxParamPropDisplayMax, std::vector<int>(t.dims, INT_MAX));
-        if (t.dims > 1)
-            p.defineString(kOfxParamPropDimensionLabel, dimensionLabels(t));
-        break;
-    case ValueKind::Double:
-        p.defineDouble(kOfxParamPropDefault, std::vector<double>(t.dims, 0.0));
-        p.defineDouble(kOfxParamPropMin, std::vector<double>(t.dims, -DBL_MAX));
-        p.defineDouble(kOfxParamPropMax, std::vector<double>(t.dims, DBL_MAX));
-        p.defineDouble(kOfxParamPropDisplayMin, std::vector<double>(t.dims, -DBL_MAX));
-        p.defineDouble(kOfxParamPropDisplayMax, std::vector<double>(t.dims, DBL_MAX));
-        p.defineDouble(kOfxParamPropIncrement, {1.0});
-        p.defineInt(kOfxParamPropDigits, {2});
-        p.defineString(kOfxParamPropDoubleType, {kOfxParamDoubleTypePlain});
-        p.defineString(kOfxParamPropDefaultCoordinateSystem, {kOfxParamCoordinatesCanonical});
-        p.defineInt(kOfxParamPropShowTimeMarker, {0});
-        if (t.dims > 1)
-            p.defineString(kOfxParamPropDimensionLabel, dimensionLabels(t));
-        break;
-    case ValueKind::Bool:
-        p.defineInt(kOfxParamPropDefault, {0});
-        break;
-    case ValueKind::Choice:
-        p.defineInt(kOfxParamPropDefault, {0});
-        p.defineString(kOfxParamPropChoiceOption, {}, true);
-        p.defineInt(kOfxParamPropChoiceOrder, {}, true);
-        break;
-    case ValueKind::String:
-        p.defineString(kOfxParamPropDefault, {""});
-        p.defineString(kOfxParamPropStringMode, {kOfxParamStringIsSingleLine});
-        p.defineInt(kOfxParamPropStringFilePathExists, {1});
-        break;
-    case ValueKind::Custom:
-        p.defineString(kOfxParamPropDefault, {""});
-        p.definePointer(kOfxParamPropCustomInterpCallbackV1, {nullptr});
-        break;
-    case ValueKind::Parametric:
-        p.defineInt(kOfxParamPropParametricDimension, {1});
-        p.defineDouble(kOfxParamPropParametricUIColour, {}, true);
-        p.definePointer(kOfxParamPropParametricInteractBackground, {nullptr});
-        p.defineDouble(kOfxParamPropParametricRange, {0.0, 1.0});
-        break;
-    case ValueKind::None: break;
+        case ValueKind::Int:
+            p.defineInt(kOfxParamPropDefault, std::vector<int>(t.dims, 0));
+            p.defineInt(kOfxParamPropMin, std::vector<int>(t.dims, INT_MIN));
+            p.defineInt(kOfxParamPropMax, std::vector<int>(t.dims, INT_MAX));
+            p.defineInt(kOfxParamPropDisplayMin, std::vector<int>(t.dims, INT_MIN));
+            p.defineInt(kOfxParamPropDisplayMax, std::vector<int>(t.dims, INT_MAX));
+            if (t.dims > 1) p.defineString(kOfxParamPropDimensionLabel, dimensionLabels(t));
+            break;
+        case ValueKind::Double:
+            p.defineDouble(kOfxParamPropDefault, std::vector<double>(t.dims, 0.0));
+            p.defineDouble(kOfxParamPropMin, std::vector<double>(t.dims, -DBL_MAX));
+            p.defineDouble(kOfxParamPropMax, std::vector<double>(t.dims, DBL_MAX));
+            p.defineDouble(kOfxParamPropDisplayMin, std::vector<double>(t.dims, -DBL_MAX));
+            p.defineDouble(kOfxParamPropDisplayMax, std::vector<double>(t.dims, DBL_MAX));
+            p.defineDouble(kOfxParamPropIncrement, {1.0});
+            p.defineInt(kOfxParamPropDigits, {2});
+            p.defineString(kOfxParamPropDoubleType, {kOfxParamDoubleTypePlain});
+            p.defineString(kOfxParamPropDefaultCoordinateSystem, {kOfxParamCoordinatesCanonical});
+            p.defineInt(kOfxParamPropShowTimeMarker, {0});
+            if (t.dims > 1) p.defineString(kOfxParamPropDimensionLabel, dimensionLabels(t));
+            break;
+        case ValueKind::Bool: p.defineInt(kOfxParamPropDefault, {0}); break;
+        case ValueKind::Choice:
+            p.defineInt(kOfxParamPropDefault, {0});
+            p.defineString(kOfxParamPropChoiceOption, {}, true);
+            p.defineInt(kOfxParamPropChoiceOrder, {}, true);
+            break;
+        case ValueKind::String:
+            p.defineString(kOfxParamPropDefault, {""});
+            p.defineString(kOfxParamPropStringMode, {kOfxParamStringIsSingleLine});
+            p.defineInt(kOfxParamPropStringFilePathExists, {1});
+            break;
+        case ValueKind::Custom:
+            p.defineString(kOfxParamPropDefault, {""});
+            p.definePointer(kOfxParamPropCustomInterpCallbackV1, {nullptr});
+            break;
+        case ValueKind::Parametric:
+            p.defineInt(kOfxParamPropParametricDimension, {1});
+            p.defineDouble(kOfxParamPropParametricUIColour, {}, true);
+            p.definePointer(kOfxParamPropParametricInteractBackground, {nullptr});
+            p.defineDouble(kOfxParamPropParametricRange, {0.0, 1.0});
+            break;
+        case ValueKind::None: break;
     }
 }
 
@@ -159,14 +148,11 @@ double lerp(double a, double b, double t) { return a + (b - a) * t; }
 }  // namespace
 
 Param::Param(ParamSet& owner, const ParamType& type, std::string name)
-    : owner_(owner), type_(type), name_(std::move(name)), props_(true)
-{
+    : owner_(owner), type_(type), name_(std::move(name)), props_(true) {
     defineProperties(props_, type_, name_);
 }
 
-Param::Param(ParamSet& owner, const Param& d)
-    : owner_(owner), type_(d.type_), name_(d.name_), props_(d.props_)
-{
+Param::Param(ParamSet& owner, const Param& d) : owner_(owner), type_(d.type_), name_(d.name_), props_(d.props_) {
     props_.setExtensible(false);
     props_.setString(kOfxPropType, kOfxTypeParameterInstance);
     value_ = d.defaultValue();
@@ -174,73 +160,61 @@ Param::Param(ParamSet& owner, const Param& d)
     curves_ = d.curves_;
 }
 
-ParamValue Param::defaultValue() const
-{
+ParamValue Param::defaultValue() const {
     ParamValue v;
-    if (!props_.has(kOfxParamPropDefault))
-        return v;
+    if (!props_.has(kOfxParamPropDefault)) return v;
     switch (props_.type(kOfxParamPropDefault)) {
-    case PropType::Int: {
-        auto ints = props_.getInts(kOfxParamPropDefault);
-        for (std::size_t i = 0; i < ints.size() && i < 4; ++i)
-            v.n[i] = ints[i];
-        break;
-    }
-    case PropType::Double: {
-        auto ds = props_.getDoubles(kOfxParamPropDefault);
-        for (std::size_t i = 0; i < ds.size() && i < 4; ++i)
-            v.n[i] = ds[i];
-        break;
-    }
-    case PropType::String: v.s = props_.getString(kOfxParamPropDefault); break;
-    case PropType::Pointer: break;
+        case PropType::Int: {
+            auto ints = props_.getInts(kOfxParamPropDefault);
+            for (std::size_t i = 0; i < ints.size() && i < 4; ++i) v.n[i] = ints[i];
+            break;
+        }
+        case PropType::Double: {
+            auto ds = props_.getDoubles(kOfxParamPropDefault);
+            for (std::size_t i = 0; i < ds.size() && i < 4; ++i) v.n[i] = ds[i];
+            break;
+        }
+        case PropType::String: v.s = props_.getString(kOfxParamPropDefault); break;
+        case PropType::Pointer: break;
     }
     return v;
 }
 
-OfxStatus Param::normalise(ParamValue& v) const
-{
-    if (!hasValue())
-        return kOfxStatErrValue;
-    if (!isNumeric(type_.kind))
-        return kOfxStatOK;
+OfxStatus Param::normalise(ParamValue& v) const {
+    if (!hasValue()) return kOfxStatErrValue;
+    if (!isNumeric(type_.kind)) return kOfxStatOK;
     for (int i = 0; i < type_.dims; ++i)
-        if (!std::isfinite(v.n[i]))
-            return kOfxStatErrValue;
+        if (!std::isfinite(v.n[i])) return kOfxStatErrValue;
     switch (type_.kind) {
-    case ValueKind::Bool: v.n[0] = v.n[0] != 0 ? 1 : 0; break;
-    case ValueKind::Choice: {
-        const int options = props_.dimension(kOfxParamPropChoiceOption);
-        if (v.n[0] != std::floor(v.n[0]) || v.n[0] < 0 || v.n[0] >= options)
-            return kOfxStatErrValue;
-        break;
-    }
-    case ValueKind::Int:
-    case ValueKind::Double:
-        for (int i = 0; i < type_.dims; ++i) {
-            double lo, hi;
-            if (type_.kind == ValueKind::Int) {
-                v.n[i] = std::round(v.n[i]);
-                lo = props_.getInt(kOfxParamPropMin, i);
-                hi = props_.getInt(kOfxParamPropMax, i);
-            } else {
-                lo = props_.getDouble(kOfxParamPropMin, i);
-                hi = props_.getDouble(kOfxParamPropMax, i);
-            }
-            if (lo <= hi)
-                v.n[i] = std::clamp(v.n[i], lo, hi);
+        case ValueKind::Bool: v.n[0] = v.n[0] != 0 ? 1 : 0; break;
+        case ValueKind::Choice: {
+            const int options = props_.dimension(kOfxParamPropChoiceOption);
+            if (v.n[0] != std::floor(v.n[0]) || v.n[0] < 0 || v.n[0] >= options) return kOfxStatErrValue;
+            break;
         }
-        break;
-    default: break;
+        case ValueKind::Int:
+        case ValueKind::Double:
+            for (int i = 0; i < type_.dims; ++i) {
+                double lo, hi;
+                if (type_.kind == ValueKind::Int) {
+                    v.n[i] = std::round(v.n[i]);
+                    lo = props_.getInt(kOfxParamPropMin, i);
+                    hi = props_.getInt(kOfxParamPropMax, i);
+                } else {
+                    lo = props_.getDouble(kOfxParamPropMin, i);
+                    hi = props_.getDouble(kOfxParamPropMax, i);
+                }
+                if (lo <= hi) v.n[i] = std::clamp(v.n[i], lo, hi);
+            }
+            break;
+        default: break;
     }
     return kOfxStatOK;
 }
 
-ParamValue Param::valueAt(double time) const
-{
+ParamValue Param::valueAt(double time) const {
     std::unique_lock lock(mutex_);
-    if (keys_.empty())
-        return value_;
+    if (keys_.empty()) return value_;
     if (type_.kind == ValueKind::Custom) {
         auto after = keys_.upper_bound(time);
         if (after != keys_.begin() && after != keys_.end()) {
@@ -257,33 +231,25 @@ ParamValue Param::valueAt(double time) const
     return interpolate(time);
 }
 
-ParamValue Param::interpolate(double time) const
-{
+ParamValue Param::interpolate(double time) const {
     auto after = keys_.upper_bound(time);
-    if (after == keys_.begin())
-        return after->second;
+    if (after == keys_.begin()) return after->second;
     auto before = std::prev(after);
-    if (after == keys_.end() || before->first == time)
-        return before->second;
-    if (type_.kind != ValueKind::Int && type_.kind != ValueKind::Double)
-        return before->second;
+    if (after == keys_.end() || before->first == time) return before->second;
+    if (type_.kind != ValueKind::Int && type_.kind != ValueKind::Double) return before->second;
     const double t = (time - before->first) / (after->first - before->first);
     ParamValue v;
     for (int i = 0; i < type_.dims; ++i) {
         v.n[i] = lerp(before->second.n[i], after->second.n[i], t);
-        if (type_.kind == ValueKind::Int)
-            v.n[i] = std::round(v.n[i]);
+        if (type_.kind == ValueKind::Int) v.n[i] = std::round(v.n[i]);
     }
     return v;
 }
 
 ParamValue Param::customInterpolate(double time, const std::pair<const double, ParamValue>& a,
-                                    const std::pair<const double, ParamValue>& b) const
-{
-    auto* fn = reinterpret_cast<OfxCustomParamInterpFuncV1*>(
-        props_.getPointer(kOfxParamPropCustomInterpCallbackV1));
-    if (!fn)
-        return a.second;
+                                    const std::pair<const double, ParamValue>& b) const {
+    auto* fn = reinterpret_cast<OfxCustomParamInterpFuncV1*>(props_.getPointer(kOfxParamPropCustomInterpCallbackV1));
+    if (!fn) return a.second;
     PropertySet in, out;
     in.defineDouble(kOfxPropTime, {time});
     in.defineString(kOfxPropName, {name_});
@@ -294,20 +260,17 @@ ParamValue Param::customInterpolate(double time, const std::pair<const double, P
     // The published signature names a parameter set; plug-ins written on the
     // support library read it as their effect instance, so that is what they
     // get. The parameter suite accepts an effect handle as a parameter set.
-    const OfxStatus s = fn(static_cast<OfxParamSetHandle>(const_cast<void*>(owner_.effectHandle())),
-                           in.handle(), out.handle());
-    if (s != kOfxStatOK)
-        return a.second;
+    const OfxStatus s =
+        fn(static_cast<OfxParamSetHandle>(const_cast<void*>(owner_.effectHandle())), in.handle(), out.handle());
+    if (s != kOfxStatOK) return a.second;
     ParamValue v;
     v.s = out.getString(kOfxParamPropCustomValue);
     return v;
 }
 
-OfxStatus Param::setValue(const ParamValue& v)
-{
+OfxStatus Param::setValue(const ParamValue& v) {
     ParamValue n = v;
-    if (OfxStatus s = normalise(n); s != kOfxStatOK)
-        return s;
+    if (OfxStatus s = normalise(n); s != kOfxStatOK) return s;
     std::lock_guard lock(mutex_);
     if (keys_.empty())
         value_ = n;
@@ -316,15 +279,11 @@ OfxStatus Param::setValue(const ParamValue& v)
     return kOfxStatOK;
 }
 
-OfxStatus Param::setValueAtTime(double time, const ParamValue& v)
-{
-    if (!std::isfinite(time))
-        return kOfxStatErrValue;
+OfxStatus Param::setValueAtTime(double time, const ParamValue& v) {
+    if (!std::isfinite(time)) return kOfxStatErrValue;
     ParamValue n = v;
-    if (OfxStatus s = normalise(n); s != kOfxStatOK)
-        return s;
-    if (props_.has(kOfxParamPropAnimates) && props_.getInt(kOfxParamPropAnimates) == 0)
-        return kOfxStatFailed;
+    if (OfxStatus s = normalise(n); s != kOfxStatOK) return s;
+    if (props_.has(kOfxParamPropAnimates) && props_.getInt(kOfxParamPropAnimates) == 0) return kOfxStatFailed;
     {
         std::lock_guard lock(mutex_);
         keys_[time] = n;
@@ -333,89 +292,69 @@ OfxStatus Param::setValueAtTime(double time, const ParamValue& v)
     return kOfxStatOK;
 }
 
-OfxStatus Param::derivative(double time, ParamValue& out) const
-{
-    if (type_.kind != ValueKind::Double)
-        return kOfxStatErrUnsupported;
+OfxStatus Param::derivative(double time, ParamValue& out) const {
+    if (type_.kind != ValueKind::Double) return kOfxStatErrUnsupported;
     out = ParamValue{};
     std::lock_guard lock(mutex_);
-    if (keys_.size() < 2)
-        return kOfxStatOK;
+    if (keys_.size() < 2) return kOfxStatOK;
     auto after = keys_.upper_bound(time);
-    if (after == keys_.begin() || after == keys_.end())
-        return kOfxStatOK;
+    if (after == keys_.begin() || after == keys_.end()) return kOfxStatOK;
     auto before = std::prev(after);
     const double dt = after->first - before->first;
-    for (int i = 0; i < type_.dims; ++i)
-        out.n[i] = (after->second.n[i] - before->second.n[i]) / dt;
+    for (int i = 0; i < type_.dims; ++i) out.n[i] = (after->second.n[i] - before->second.n[i]) / dt;
     return kOfxStatOK;
 }
 
-OfxStatus Param::integral(double t1, double t2, ParamValue& out) const
-{
-    if (type_.kind != ValueKind::Double)
-        return kOfxStatErrUnsupported;
-    if (!std::isfinite(t1) || !std::isfinite(t2))
-        return kOfxStatErrValue;
+OfxStatus Param::integral(double t1, double t2, ParamValue& out) const {
+    if (type_.kind != ValueKind::Double) return kOfxStatErrUnsupported;
+    if (!std::isfinite(t1) || !std::isfinite(t2)) return kOfxStatErrValue;
     out = ParamValue{};
     const double sign = t2 < t1 ? -1.0 : 1.0;
-    if (t2 < t1)
-        std::swap(t1, t2);
+    if (t2 < t1) std::swap(t1, t2);
     std::lock_guard lock(mutex_);
     // The curve is piecewise linear between its breakpoints (the keys), and
     // constant outside them: integrate each linear piece exactly.
     std::vector<double> cuts{t1};
     for (const auto& [t, v] : keys_)
-        if (t > t1 && t < t2)
-            cuts.push_back(t);
+        if (t > t1 && t < t2) cuts.push_back(t);
     cuts.push_back(t2);
     for (std::size_t k = 0; k + 1 < cuts.size(); ++k) {
         const ParamValue a = keys_.empty() ? value_ : interpolate(cuts[k]);
         const ParamValue b = keys_.empty() ? value_ : interpolate(cuts[k + 1]);
-        for (int i = 0; i < type_.dims; ++i)
-            out.n[i] += (a.n[i] + b.n[i]) * 0.5 * (cuts[k + 1] - cuts[k]);
+        for (int i = 0; i < type_.dims; ++i) out.n[i] += (a.n[i] + b.n[i]) * 0.5 * (cuts[k + 1] - cuts[k]);
     }
-    for (int i = 0; i < type_.dims; ++i)
-        out.n[i] *= sign;
+    for (int i = 0; i < type_.dims; ++i) out.n[i] *= sign;
     return kOfxStatOK;
 }
 
-std::vector<double> Param::keyTimes() const
-{
+std::vector<double> Param::keyTimes() const {
     std::lock_guard lock(mutex_);
     std::vector<double> out;
-    for (const auto& [t, v] : keys_)
-        out.push_back(t);
+    for (const auto& [t, v] : keys_) out.push_back(t);
     return out;
 }
 
-OfxStatus Param::setKeyInterpolation(double time, int interpolation)
-{
+OfxStatus Param::setKeyInterpolation(double time, int interpolation) {
     std::lock_guard lock(mutex_);
-    if (!keys_.count(time))
-        return kOfxStatErrBadIndex;
+    if (!keys_.count(time)) return kOfxStatErrBadIndex;
     keyInterpolations_[time] = interpolation;
     return kOfxStatOK;
 }
 
-OfxStatus Param::keyInterpolation(double time, int& interpolation) const
-{
+OfxStatus Param::keyInterpolation(double time, int& interpolation) const {
     std::lock_guard lock(mutex_);
-    if (!keys_.count(time))
-        return kOfxStatErrBadIndex;
+    if (!keys_.count(time)) return kOfxStatErrBadIndex;
     const auto it = keyInterpolations_.find(time);
     interpolation = it == keyInterpolations_.end() ? 0 : it->second;
     return kOfxStatOK;
 }
 
-OfxStatus Param::deleteKey(double time)
-{
+OfxStatus Param::deleteKey(double time) {
     bool last = false;
     {
         std::lock_guard lock(mutex_);
         auto it = keys_.find(time);
-        if (it == keys_.end())
-            return kOfxStatErrBadIndex;
+        if (it == keys_.end()) return kOfxStatErrBadIndex;
         // The value of the last key stays as the parameter's value.
         if (keys_.size() == 1) {
             value_ = it->second;
@@ -424,38 +363,30 @@ OfxStatus Param::deleteKey(double time)
         keys_.erase(it);
         keyInterpolations_.erase(time);
     }
-    if (last)
-        props_.setInt(kOfxParamPropIsAnimating, 0);
+    if (last) props_.setInt(kOfxParamPropIsAnimating, 0);
     return kOfxStatOK;
 }
 
-void Param::deleteAllKeys()
-{
+void Param::deleteAllKeys() {
     {
         std::lock_guard lock(mutex_);
-        if (!keys_.empty())
-            value_ = interpolate(owner_.currentTime());
+        if (!keys_.empty()) value_ = interpolate(owner_.currentTime());
         keys_.clear();
         keyInterpolations_.clear();
     }
-    if (props_.has(kOfxParamPropIsAnimating))
-        props_.setInt(kOfxParamPropIsAnimating, 0);
+    if (props_.has(kOfxParamPropIsAnimating)) props_.setInt(kOfxParamPropIsAnimating, 0);
 }
 
-OfxStatus Param::copyFrom(const Param& from, double offset, const OfxRangeD* range)
-{
-    if (&from.type_ != &type_)
-        return kOfxStatErrValue;
-    if (&from == this)
-        return kOfxStatOK;
+OfxStatus Param::copyFrom(const Param& from, double offset, const OfxRangeD* range) {
+    if (&from.type_ != &type_) return kOfxStatErrValue;
+    if (&from == this) return kOfxStatOK;
     ParamValue value;
     std::map<double, ParamValue> keys;
     {
         std::lock_guard lock(from.mutex_);
         value = from.value_;
         for (const auto& [t, v] : from.keys_)
-            if (!range || (t >= range->min && t <= range->max))
-                keys[t + offset] = v;
+            if (!range || (t >= range->min && t <= range->max)) keys[t + offset] = v;
     }
     std::lock_guard lock(mutex_);
     value_ = value;
@@ -464,46 +395,34 @@ OfxStatus Param::copyFrom(const Param& from, double offset, const OfxRangeD* ran
     return kOfxStatOK;
 }
 
-int Param::curveCount() const
-{
-    if (type_.kind != ValueKind::Parametric)
-        return 0;
+int Param::curveCount() const {
+    if (type_.kind != ValueKind::Parametric) return 0;
     return std::max(0, props_.getInt(kOfxParamPropParametricDimension));
 }
 
-OfxStatus Param::curve(int index, Curve& out) const
-{
-    if (type_.kind != ValueKind::Parametric)
-        return kOfxStatErrBadHandle;
-    if (index < 0 || index >= curveCount())
-        return kOfxStatErrBadIndex;
+OfxStatus Param::curve(int index, Curve& out) const {
+    if (type_.kind != ValueKind::Parametric) return kOfxStatErrBadHandle;
+    if (index < 0 || index >= curveCount()) return kOfxStatErrBadIndex;
     std::lock_guard lock(mutex_);
     out = static_cast<std::size_t>(index) < curves_.size() ? curves_[index] : Curve{};
     return kOfxStatOK;
 }
 
-OfxStatus Param::setCurve(int index, Curve c)
-{
-    if (type_.kind != ValueKind::Parametric)
-        return kOfxStatErrBadHandle;
-    if (index < 0 || index >= curveCount())
-        return kOfxStatErrBadIndex;
+OfxStatus Param::setCurve(int index, Curve c) {
+    if (type_.kind != ValueKind::Parametric) return kOfxStatErrBadHandle;
+    if (index < 0 || index >= curveCount()) return kOfxStatErrBadIndex;
     for (const auto& [x, y] : c)
-        if (!std::isfinite(x) || !std::isfinite(y))
-            return kOfxStatErrValue;
+        if (!std::isfinite(x) || !std::isfinite(y)) return kOfxStatErrValue;
     std::sort(c.begin(), c.end());
     std::lock_guard lock(mutex_);
-    if (curves_.size() <= static_cast<std::size_t>(index))
-        curves_.resize(index + 1);
+    if (curves_.size() <= static_cast<std::size_t>(index)) curves_.resize(index + 1);
     curves_[index] = std::move(c);
     return kOfxStatOK;
 }
 
-OfxStatus Param::curveValue(int index, double x, double& out) const
-{
+OfxStatus Param::curveValue(int index, double x, double& out) const {
     Curve c;
-    if (OfxStatus s = curve(index, c); s != kOfxStatOK)
-        return s;
+    if (OfxStatus s = curve(index, c); s != kOfxStatOK) return s;
     // Linear between control points, flat beyond the ends.
     if (c.empty())
         out = 0.0;
@@ -512,8 +431,7 @@ OfxStatus Param::curveValue(int index, double x, double& out) const
     else if (x >= c.back().first)
         out = c.back().second;
     else {
-        auto it = std::upper_bound(c.begin(), c.end(), x,
-                                   [](double v, const auto& p) { return v < p.first; });
+        auto it = std::upper_bound(c.begin(), c.end(), x, [](double v, const auto& p) { return v < p.first; });
         const auto& b = *it;
         const auto& a = *std::prev(it);
         out = lerp(a.second, b.second, (x - a.first) / (b.first - a.first));
@@ -522,30 +440,23 @@ OfxStatus Param::curveValue(int index, double x, double& out) const
 }
 
 ParamSet::ParamSet(const void* effectHandle, const double* currentTime)
-    : effectHandle_(effectHandle), currentTime_(currentTime), props_(true)
-{
+    : effectHandle_(effectHandle), currentTime_(currentTime), props_(true) {
     props_.defineString(kOfxPluginPropParamPageOrder, {}, true);
     props_.defineInt(kOfxPropParamSetNeedsSyncing, {0});
 }
 
-OfxStatus ParamSet::define(const char* type, const char* name, Param** out)
-{
-    if (!type || !name)
-        return kOfxStatErrValue;
+OfxStatus ParamSet::define(const char* type, const char* name, Param** out) {
+    if (!type || !name) return kOfxStatErrValue;
     const ParamType* t = findParamType(type);
-    if (!t)
-        return kOfxStatErrUnknown;
-    if (byName_.count(std::string_view(name)))
-        return kOfxStatErrExists;
+    if (!t) return kOfxStatErrUnknown;
+    if (byName_.count(std::string_view(name))) return kOfxStatErrExists;
     params_.push_back(std::make_unique<Param>(*this, *t, name));
     byName_.emplace(name, params_.back().get());
-    if (out)
-        *out = params_.back().get();
+    if (out) *out = params_.back().get();
     return kOfxStatOK;
 }
 
-void ParamSet::instantiate(const ParamSet& descriptors)
-{
+void ParamSet::instantiate(const ParamSet& descriptors) {
     props_.merge(descriptors.props_);
     props_.setExtensible(false);
     for (const auto& d : descriptors.params_) {
@@ -554,33 +465,27 @@ void ParamSet::instantiate(const ParamSet& descriptors)
     }
 }
 
-Param* ParamSet::find(std::string_view name) const
-{
+Param* ParamSet::find(std::string_view name) const {
     auto it = byName_.find(name);
     return it == byName_.end() ? nullptr : it->second;
 }
 
-Param* ParamSet::findByNameOrScriptName(std::string_view name) const
-{
-    if (Param* p = find(name))
-        return p;
+Param* ParamSet::findByNameOrScriptName(std::string_view name) const {
+    if (Param* p = find(name)) return p;
     for (const auto& p : params_)
         if (p->props().has(kOfxParamPropScriptName) && p->props().getString(kOfxParamPropScriptName) == name)
             return p.get();
     return nullptr;
 }
 
-std::string ParamSet::pageOf(const Param& param) const
-{
+std::string ParamSet::pageOf(const Param& param) const {
     // Walk up the groups: a parameter inside a listed group is on its page.
     std::string name = param.name();
     for (int depth = 0; depth < 64 && !name.empty(); ++depth) {
         for (const auto& p : params_) {
-            if (p->type().ofxName != std::string_view(kOfxParamTypePage))
-                continue;
+            if (p->type().ofxName != std::string_view(kOfxParamTypePage)) continue;
             for (const auto& child : p->props().getStrings(kOfxParamPropPageChild))
-                if (child == name)
-                    return p->name();
+                if (child == name) return p->name();
         }
         const Param* current = find(name);
         name = current ? current->props().getString(kOfxParamPropParent) : "";
@@ -588,35 +493,27 @@ std::string ParamSet::pageOf(const Param& param) const
     return "";
 }
 
-void ParamSet::beginEdit(std::string label)
-{
+void ParamSet::beginEdit(std::string label) {
     std::lock_guard lock(editMutex_);
-    if (editDepth_++ == 0)
-        openBlock_ = EditBlock{std::move(label), {}};
+    if (editDepth_++ == 0) openBlock_ = EditBlock{std::move(label), {}};
 }
 
-OfxStatus ParamSet::endEdit()
-{
+OfxStatus ParamSet::endEdit() {
     std::lock_guard lock(editMutex_);
-    if (editDepth_ == 0)
-        return kOfxStatFailed;
-    if (--editDepth_ == 0)
-        closedBlocks_.push_back(std::move(openBlock_));
+    if (editDepth_ == 0) return kOfxStatFailed;
+    if (--editDepth_ == 0) closedBlocks_.push_back(std::move(openBlock_));
     return kOfxStatOK;
 }
 
-void ParamSet::noteEdit(const std::string& paramName)
-{
+void ParamSet::noteEdit(const std::string& paramName) {
     std::lock_guard lock(editMutex_);
     if (editDepth_ > 0) {
         auto& changed = openBlock_.changed;
-        if (std::find(changed.begin(), changed.end(), paramName) == changed.end())
-            changed.push_back(paramName);
+        if (std::find(changed.begin(), changed.end(), paramName) == changed.end()) changed.push_back(paramName);
     }
 }
 
-std::vector<ParamSet::EditBlock> ParamSet::editBlocks() const
-{
+std::vector<ParamSet::EditBlock> ParamSet::editBlocks() const {
     std::lock_guard lock(editMutex_);
     return closedBlocks_;
 }

@@ -15,21 +15,15 @@ Plugin::Plugin(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, int i
       id_(raw->pluginIdentifier),
       index_(index),
       versionMajor_(raw->pluginVersionMajor),
-      versionMinor_(raw->pluginVersionMinor)
-{
-}
+      versionMinor_(raw->pluginVersionMinor) {}
 
-std::shared_ptr<Plugin> Plugin::load(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, int index)
-{
-    if (!host || !bundle)
-        throw Error("plug-in", "loading needs a host and a bundle");
+std::shared_ptr<Plugin> Plugin::load(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, int index) {
+    if (!host || !bundle) throw Error("plug-in", "loading needs a host and a bundle");
     OfxPlugin* raw = bundle->rawPlugin(index);
     if (std::string(raw->pluginApi) != kOfxImageEffectPluginApi)
-        throw Error(raw->pluginIdentifier,
-                    std::string("is a \"") + raw->pluginApi + "\" plug-in, not an image effect");
+        throw Error(raw->pluginIdentifier, std::string("is a \"") + raw->pluginApi + "\" plug-in, not an image effect");
     std::shared_ptr<Plugin> p(new Plugin(host, bundle, index, raw));
-    if (raw->setHost)
-        raw->setHost(host->ofxHost());
+    if (raw->setHost) raw->setHost(host->ofxHost());
     const OfxStatus s = p->callAction(kOfxActionLoad, nullptr, nullptr, nullptr);
     if (s != kOfxStatOK && s != kOfxStatReplyDefault) {
         // It did not load, so it must not be unloaded: drop the record.
@@ -39,10 +33,8 @@ std::shared_ptr<Plugin> Plugin::load(std::shared_ptr<Host> host, std::shared_ptr
     return p;
 }
 
-Plugin::~Plugin()
-{
-    if (!loaded_)
-        return;
+Plugin::~Plugin() {
+    if (!loaded_) return;
     contextDescriptors_.clear();
     descriptor_.reset();
     callAction(kOfxActionUnload, nullptr, nullptr, nullptr);
@@ -51,10 +43,8 @@ Plugin::~Plugin()
 std::string Plugin::bundleDirectory() const { return bundle_->directory(); }
 
 OfxStatus Plugin::callAction(const char* action, const void* handle, OfxPropertySetHandle inArgs,
-                             OfxPropertySetHandle outArgs)
-{
-    if (!loaded_)
-        return kOfxStatErrBadHandle;
+                             OfxPropertySetHandle outArgs) {
+    if (!loaded_) return kOfxStatErrBadHandle;
     CallContext c = callContext();
     c.host = host_.get();
     c.plugin = this;
@@ -64,8 +54,7 @@ OfxStatus Plugin::callAction(const char* action, const void* handle, OfxProperty
 
 OfxPlugin* Plugin::raw() const { return bundle_->rawPlugin(index_); }
 
-EffectObject& Plugin::describe()
-{
+EffectObject& Plugin::describe() {
     std::lock_guard lock(describeMutex_);
     if (!descriptor_) {
         auto d = std::make_unique<EffectObject>(*this, nullptr, "");
@@ -77,28 +66,23 @@ EffectObject& Plugin::describe()
     return *descriptor_;
 }
 
-std::vector<std::string> Plugin::contexts()
-{
+std::vector<std::string> Plugin::contexts() {
     return describe().props().getStrings(kOfxImageEffectPropSupportedContexts);
 }
 
-EffectObject& Plugin::describeInContext(const std::string& contextName)
-{
+EffectObject& Plugin::describeInContext(const std::string& contextName) {
     EffectObject& base = describe();
     std::string context = ofxContextName(contextName);
-    if (context.empty())
-        context = contextName;
+    if (context.empty()) context = contextName;
     const auto declared = contexts();
     if (std::find(declared.begin(), declared.end(), context) == declared.end()) {
         std::string list;
-        for (const auto& c : declared)
-            list += (list.empty() ? "" : ", ") + shortContextName(c);
+        for (const auto& c : declared) list += (list.empty() ? "" : ", ") + shortContextName(c);
         throw Error(id_, "has no context \"" + contextName + "\" (it has: " + (list.empty() ? "none" : list) + ")");
     }
     std::lock_guard lock(describeMutex_);
     auto it = contextDescriptors_.find(context);
-    if (it != contextDescriptors_.end())
-        return *it->second;
+    if (it != contextDescriptors_.end()) return *it->second;
     auto d = std::make_unique<EffectObject>(*this, &base, context);
     PropertySet in;
     in.defineString(kOfxImageEffectPropContext, {context});
@@ -108,8 +92,7 @@ EffectObject& Plugin::describeInContext(const std::string& contextName)
     return *contextDescriptors_.emplace(context, std::move(d)).first->second;
 }
 
-std::unique_ptr<Instance> Plugin::createInstance(const std::string& context)
-{
+std::unique_ptr<Instance> Plugin::createInstance(const std::string& context) {
     EffectObject& d = describeInContext(context);
     return std::unique_ptr<Instance>(new Instance(shared_from_this(), d));
 }

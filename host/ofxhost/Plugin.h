@@ -22,8 +22,7 @@ class Plugin : public std::enable_shared_from_this<Plugin> {
 public:
     // setHost, then kOfxActionLoad. Throws Error naming the plug-in and the
     // status when the load fails (the plug-in is then not unloaded).
-    static std::shared_ptr<Plugin> load(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle,
-                                        int index);
+    static std::shared_ptr<Plugin> load(std::shared_ptr<Host> host, std::shared_ptr<Bundle> bundle, int index);
     ~Plugin();
     Plugin(const Plugin&) = delete;
     Plugin& operator=(const Plugin&) = delete;

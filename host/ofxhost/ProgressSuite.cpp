@@ -16,20 +16,17 @@ namespace ofxhost::suites {
 
 namespace {
 
-Instance* instanceOf(void* handle)
-{
+Instance* instanceOf(void* handle) {
     EffectObject* e = EffectObject::fromHandle(static_cast<const void*>(handle));
     return e ? e->asInstance() : nullptr;
 }
 
 bool showing(const Instance& i) { return i.plugin().host().config().showProgress; }
 
-OfxStatus start(void* handle, const char* label, const char*)
-{
+OfxStatus start(void* handle, const char* label, const char*) {
     return guarded([&] {
         Instance* i = instanceOf(handle);
-        if (!i)
-            return kOfxStatErrBadHandle;
+        if (!i) return kOfxStatErrBadHandle;
         const OfxStatus s = i->progressStart(label ? label : "");
         if (s == kOfxStatOK && showing(*i))
             std::fprintf(stderr, "%s: %s\n", i->plugin().id().c_str(), label ? label : "");
@@ -39,12 +36,10 @@ OfxStatus start(void* handle, const char* label, const char*)
 
 OfxStatus startV1(void* handle, const char* label) { return start(handle, label, nullptr); }
 
-OfxStatus update(void* handle, double progress)
-{
+OfxStatus update(void* handle, double progress) {
     return guarded([&] {
         Instance* i = instanceOf(handle);
-        if (!i)
-            return kOfxStatErrBadHandle;
+        if (!i) return kOfxStatErrBadHandle;
         const OfxStatus s = i->progressUpdate(progress);
         if (s != kOfxStatFailed && showing(*i)) {
             const int percent = int(std::clamp(progress, 0.0, 1.0) * 100.0 + 0.5);
@@ -57,29 +52,24 @@ OfxStatus update(void* handle, double progress)
     });
 }
 
-OfxStatus end(void* handle)
-{
+OfxStatus end(void* handle) {
     return guarded([&] {
         Instance* i = instanceOf(handle);
-        if (!i)
-            return kOfxStatErrBadHandle;
+        if (!i) return kOfxStatErrBadHandle;
         const OfxStatus s = i->progressEnd();
-        if (s == kOfxStatOK && showing(*i))
-            std::fputs("\n", stderr);
+        if (s == kOfxStatOK && showing(*i)) std::fputs("\n", stderr);
         return s;
     });
 }
 
 }  // namespace
 
-const OfxProgressSuiteV1* progressV1()
-{
+const OfxProgressSuiteV1* progressV1() {
     static const OfxProgressSuiteV1 suite{startV1, update, end};
     return &suite;
 }
 
-const OfxProgressSuiteV2* progressV2()
-{
+const OfxProgressSuiteV2* progressV2() {
     static const OfxProgressSuiteV2 suite{start, update, end};
     return &suite;
 }

@@ -27,8 +27,7 @@ enum class PropType { Int, Double, String, Pointer };
 
 const char* propTypeName(PropType t);
 
-using PropValues =
-    std::variant<std::vector<int>, std::vector<double>, std::vector<std::string>, std::vector<void*>>;
+using PropValues = std::variant<std::vector<int>, std::vector<double>, std::vector<std::string>, std::vector<void*>>;
 
 class PropertySet : public Handled<HandleKind::PropertySet> {
 public:

@@ -7,95 +7,73 @@ namespace ofxhost::suites {
 namespace {
 
 template <class F>
-OfxStatus withSet(OfxPropertySetHandle h, const char* name, F&& f)
-{
+OfxStatus withSet(OfxPropertySetHandle h, const char* name, F&& f) {
     return guarded([&] {
         PropertySet* set = PropertySet::fromHandle(h);
-        if (!set)
-            return kOfxStatErrBadHandle;
-        if (!name)
-            return kOfxStatErrUnknown;
+        if (!set) return kOfxStatErrBadHandle;
+        if (!name) return kOfxStatErrUnknown;
         return f(*set);
     });
 }
 
-OfxStatus setPointer(OfxPropertySetHandle h, const char* n, int i, void* v)
-{
+OfxStatus setPointer(OfxPropertySetHandle h, const char* n, int i, void* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.set(n, i, v); });
 }
-OfxStatus setString(OfxPropertySetHandle h, const char* n, int i, const char* v)
-{
+OfxStatus setString(OfxPropertySetHandle h, const char* n, int i, const char* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.set(n, i, v); });
 }
-OfxStatus setDouble(OfxPropertySetHandle h, const char* n, int i, double v)
-{
+OfxStatus setDouble(OfxPropertySetHandle h, const char* n, int i, double v) {
     return withSet(h, n, [&](PropertySet& s) { return s.set(n, i, v); });
 }
-OfxStatus setInt(OfxPropertySetHandle h, const char* n, int i, int v)
-{
+OfxStatus setInt(OfxPropertySetHandle h, const char* n, int i, int v) {
     return withSet(h, n, [&](PropertySet& s) { return s.set(n, i, v); });
 }
-OfxStatus setPointerN(OfxPropertySetHandle h, const char* n, int c, void* const* v)
-{
+OfxStatus setPointerN(OfxPropertySetHandle h, const char* n, int c, void* const* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.setN(n, c, v); });
 }
-OfxStatus setStringN(OfxPropertySetHandle h, const char* n, int c, const char* const* v)
-{
+OfxStatus setStringN(OfxPropertySetHandle h, const char* n, int c, const char* const* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.setN(n, c, v); });
 }
-OfxStatus setDoubleN(OfxPropertySetHandle h, const char* n, int c, const double* v)
-{
+OfxStatus setDoubleN(OfxPropertySetHandle h, const char* n, int c, const double* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.setN(n, c, v); });
 }
-OfxStatus setIntN(OfxPropertySetHandle h, const char* n, int c, const int* v)
-{
+OfxStatus setIntN(OfxPropertySetHandle h, const char* n, int c, const int* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.setN(n, c, v); });
 }
-OfxStatus getPointer(OfxPropertySetHandle h, const char* n, int i, void** v)
-{
+OfxStatus getPointer(OfxPropertySetHandle h, const char* n, int i, void** v) {
     return withSet(h, n, [&](PropertySet& s) { return s.get(n, i, v); });
 }
-OfxStatus getString(OfxPropertySetHandle h, const char* n, int i, char** v)
-{
+OfxStatus getString(OfxPropertySetHandle h, const char* n, int i, char** v) {
     return withSet(h, n, [&](PropertySet& s) { return s.get(n, i, v); });
 }
-OfxStatus getDouble(OfxPropertySetHandle h, const char* n, int i, double* v)
-{
+OfxStatus getDouble(OfxPropertySetHandle h, const char* n, int i, double* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.get(n, i, v); });
 }
-OfxStatus getInt(OfxPropertySetHandle h, const char* n, int i, int* v)
-{
+OfxStatus getInt(OfxPropertySetHandle h, const char* n, int i, int* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.get(n, i, v); });
 }
-OfxStatus getPointerN(OfxPropertySetHandle h, const char* n, int c, void** v)
-{
+OfxStatus getPointerN(OfxPropertySetHandle h, const char* n, int c, void** v) {
     return withSet(h, n, [&](PropertySet& s) { return s.getN(n, c, v); });
 }
-OfxStatus getStringN(OfxPropertySetHandle h, const char* n, int c, char** v)
-{
+OfxStatus getStringN(OfxPropertySetHandle h, const char* n, int c, char** v) {
     return withSet(h, n, [&](PropertySet& s) { return s.getN(n, c, v); });
 }
-OfxStatus getDoubleN(OfxPropertySetHandle h, const char* n, int c, double* v)
-{
+OfxStatus getDoubleN(OfxPropertySetHandle h, const char* n, int c, double* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.getN(n, c, v); });
 }
-OfxStatus getIntN(OfxPropertySetHandle h, const char* n, int c, int* v)
-{
+OfxStatus getIntN(OfxPropertySetHandle h, const char* n, int c, int* v) {
     return withSet(h, n, [&](PropertySet& s) { return s.getN(n, c, v); });
 }
-OfxStatus reset(OfxPropertySetHandle h, const char* n)
-{
+OfxStatus reset(OfxPropertySetHandle h, const char* n) {
     return withSet(h, n, [&](PropertySet& s) { return s.reset(n); });
 }
-OfxStatus dimension(OfxPropertySetHandle h, const char* n, int* count)
-{
+OfxStatus dimension(OfxPropertySetHandle h, const char* n, int* count) {
     return withSet(h, n, [&](PropertySet& s) { return s.dimension(n, count); });
 }
 
 }  // namespace
 
-const OfxPropertySuiteV1* property()
-{
+const OfxPropertySuiteV1* property() {
     static const OfxPropertySuiteV1 suite = [] {
         OfxPropertySuiteV1 s{};
         s.propSetPointer = setPointer;

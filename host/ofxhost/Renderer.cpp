@@ -15,8 +15,7 @@
 
 namespace ofxhost {
 
-ParamSetting parseSetting(const std::string& text)
-{
+ParamSetting parseSetting(const std::string& text) {
     const auto eq = text.find('=');
     if (eq == std::string::npos || eq == 0)
         throw Error("--set \"" + text + "\"", "expected NAME=VALUE or NAME=VALUE@TIME");
@@ -36,26 +35,21 @@ ParamSetting parseSetting(const std::string& text)
     return s;
 }
 
-std::string chooseContext(Plugin& plugin, const std::string& asked, std::size_t inputs)
-{
+std::string chooseContext(Plugin& plugin, const std::string& asked, std::size_t inputs) {
     if (!asked.empty()) {
         const std::string ofx = ofxContextName(asked);
         return ofx.empty() ? asked : ofx;
     }
     const auto declared = plugin.contexts();
-    if (declared.empty())
-        throw Error(plugin.id(), "declares no context");
-    if (declared.size() == 1)
-        return declared.front();
+    if (declared.empty()) throw Error(plugin.id(), "declares no context");
+    if (declared.size() == 1) return declared.front();
     auto has = [&](const char* c) { return std::find(declared.begin(), declared.end(), c) != declared.end(); };
     const char* byInputs = inputs == 0   ? kOfxImageEffectContextGenerator
                            : inputs == 1 ? kOfxImageEffectContextFilter
                            : inputs == 2 ? kOfxImageEffectContextTransition
                                          : kOfxImageEffectContextGeneral;
-    if (has(byInputs))
-        return byInputs;
-    if (has(kOfxImageEffectContextGeneral))
-        return kOfxImageEffectContextGeneral;
+    if (has(byInputs)) return byInputs;
+    if (has(kOfxImageEffectContextGeneral)) return kOfxImageEffectContextGeneral;
     return declared.front();
 }
 
@@ -63,15 +57,13 @@ namespace {
 
 // Frames of one input file or file pattern, read in the render's depth and
 // order. A still file gives the same frame at every time.
-FrameSource fileSource(const std::string& pattern, Depth depth, PixelOrder order)
-{
+FrameSource fileSource(const std::string& pattern, Depth depth, PixelOrder order) {
     if (!hasFramePattern(pattern)) {
         auto once = std::make_shared<std::shared_ptr<const ImageBuffer>>();
         auto mutex = std::make_shared<std::mutex>();
         return [=](double) {
             std::lock_guard lock(*mutex);
-            if (!*once)
-                *once = std::make_shared<const ImageBuffer>(readImage(pattern, depth, order));
+            if (!*once) *once = std::make_shared<const ImageBuffer>(readImage(pattern, depth, order));
             return *once;
         };
     }
@@ -81,10 +73,8 @@ FrameSource fileSource(const std::string& pattern, Depth depth, PixelOrder order
     };
 }
 
-std::vector<std::string> mainInputs(const std::string& context)
-{
-    if (context == kOfxImageEffectContextFilter)
-        return {kOfxImageEffectSimpleSourceClipName};
+std::vector<std::string> mainInputs(const std::string& context) {
+    if (context == kOfxImageEffectContextFilter) return {kOfxImageEffectSimpleSourceClipName};
     if (context == kOfxImageEffectContextTransition)
         return {kOfxImageEffectTransitionSourceFromClipName, kOfxImageEffectTransitionSourceToClipName};
     return {};
@@ -92,8 +82,7 @@ std::vector<std::string> mainInputs(const std::string& context)
 
 }  // namespace
 
-std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, RenderOptions& options)
-{
+std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, RenderOptions& options) {
     const std::string context = chooseContext(plugin, job.context, job.inputs.size());
     EffectObject& descriptor = plugin.describeInContext(context);
 
@@ -106,8 +95,7 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
         if (descriptor.clip(kOfxImageEffectSimpleSourceClipName))
             defaults.push_back(kOfxImageEffectSimpleSourceClipName);
         for (const auto& c : descriptor.clips())
-            if (!c->isOutput() && c->name() != kOfxImageEffectSimpleSourceClipName)
-                defaults.push_back(c->name());
+            if (!c->isOutput() && c->name() != kOfxImageEffectSimpleSourceClipName) defaults.push_back(c->name());
     }
     std::vector<std::pair<std::string, const RenderInput*>> inputs;
     std::size_t next = 0;
@@ -120,8 +108,7 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
             clip = defaults[next++];
         }
         for (const auto& [name, input] : inputs)
-            if (name == clip)
-                throw Error("clip \"" + clip + "\"", "given two inputs");
+            if (name == clip) throw Error("clip \"" + clip + "\"", "given two inputs");
         inputs.emplace_back(clip, &in);
     }
 
@@ -149,7 +136,8 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
     }
     for (const auto& c : instance->clips())
         if (!c->isOutput() && !c->optional() && !instance->connected(c->name()))
-            throw Error("clip \"" + c->name() + "\"", plugin.id() + " needs an input there (-i " + c->name() + "=FILE)");
+            throw Error("clip \"" + c->name() + "\"",
+                        plugin.id() + " needs an input there (-i " + c->name() + "=FILE)");
 
     // The frame: --size, else the first input's first frame.
     if (job.size) {
@@ -170,13 +158,11 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
     // A pressed button's analysis reads the inputs as the render will.
     instance->setRenderOptions(options);
 
-    if (!job.upliftFile.empty())
-        instance->uplift(readUpliftFile(job.upliftFile));
+    if (!job.upliftFile.empty()) instance->uplift(readUpliftFile(job.upliftFile));
     bool transitionSet = false;
     for (const auto& s : job.settings) {
         instance->setValueText(s.name, s.text, s.time);
-        if (instance->param(s.name).name() == kOfxImageEffectTransitionParamName)
-            transitionSet = true;
+        if (instance->param(s.name).name() == kOfxImageEffectTransitionParamName) transitionSet = true;
     }
     // A transition not set by hand runs from 0 at the first frame to 1 at the last.
     if (context == kOfxImageEffectContextTransition && !transitionSet &&
@@ -191,15 +177,12 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
             instance->setValue(kOfxImageEffectTransitionParamName, v);
         }
     }
-    for (const auto& name : job.presses)
-        instance->press(name, job.times.front());
+    for (const auto& name : job.presses) instance->press(name, job.times.front());
     return instance;
 }
 
-RenderResult runRenderJob(Plugin& plugin, const RenderJob& job)
-{
-    if (job.times.empty())
-        throw Error("render", "no frames to render");
+RenderResult runRenderJob(Plugin& plugin, const RenderJob& job) {
+    if (job.times.empty()) throw Error("render", "no frames to render");
     if (!job.output.empty()) {
         if (job.times.size() > 1 && !hasFramePattern(job.output))
             throw Error("-o " + job.output, "renders " + std::to_string(job.times.size()) +
@@ -229,8 +212,7 @@ RenderResult runRenderJob(Plugin& plugin, const RenderJob& job)
             const OfxStatus s = instance->isIdentity(t, seq, clip, identityTime);
             if (s == kOfxStatOK && !clip.empty()) {
                 Clip* c = instance->clip(clip);
-                if (!c || c->isOutput())
-                    throw Error(plugin.id(), "is identity on an unknown clip \"" + clip + "\"");
+                if (!c || c->isOutput()) throw Error(plugin.id(), "is identity on an unknown clip \"" + clip + "\"");
                 OfxPropertySetHandle h = nullptr;
                 if (instance->getImage(*c, identityTime, &h) == kOfxStatOK) {
                     PropertySet* img = PropertySet::fromHandle(h);
@@ -257,8 +239,7 @@ RenderResult runRenderJob(Plugin& plugin, const RenderJob& job)
             const OfxStatus s = instance->render(t, seq, out);
             if (s != kOfxStatOK && s != kOfxStatReplyDefault) {
                 std::string why = "render action at time " + std::to_string(t) + " returned " + statusName(s);
-                if (const std::string source = instance->lastSourceError(); !source.empty())
-                    why += " (" + source + ")";
+                if (const std::string source = instance->lastSourceError(); !source.empty()) why += " (" + source + ")";
                 throw Error(plugin.id(), why, s);
             }
         }
@@ -266,8 +247,7 @@ RenderResult runRenderJob(Plugin& plugin, const RenderJob& job)
             pending.emplace_back(expandFramePattern(job.output, std::lround(t)), out);
         else
             result.frames.push_back(std::move(out));
-        if (job.onFrame)
-            job.onFrame(i, job.times.size(), t);
+        if (job.onFrame) job.onFrame(i, job.times.size(), t);
     }
     throwIfFailed(instance->endSequence(first, last, step, seq), plugin.id(), "end sequence render action");
     for (auto& p : pending) {

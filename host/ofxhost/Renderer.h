@@ -29,8 +29,8 @@ struct ParamSetting {
 ParamSetting parseSetting(const std::string& text);
 
 struct RenderInput {
-    std::string clip;  // "" for the context's main input
-    std::string file;  // may hold '#'/'@' frame patterns
+    std::string clip;                          // "" for the context's main input
+    std::string file;                          // may hold '#'/'@' frame patterns
     std::shared_ptr<const ImageBuffer> image;  // instead of a file
 };
 

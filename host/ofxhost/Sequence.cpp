@@ -8,16 +8,13 @@
 
 namespace ofxhost {
 
-std::vector<long> FrameRange::frames() const
-{
+std::vector<long> FrameRange::frames() const {
     std::vector<long> out;
-    for (long f = first; f <= last; f += step)
-        out.push_back(f);
+    for (long f = first; f <= last; f += step) out.push_back(f);
     return out;
 }
 
-FrameRange parseFrameRange(const std::string& text)
-{
+FrameRange parseFrameRange(const std::string& text) {
     static const std::regex form(R"(^\s*(-?\d+)(?:\s*-\s*(-?\d+)(?:\s*x\s*(\d+))?)?\s*$)");
     std::smatch m;
     if (!std::regex_match(text, m, form))
@@ -33,20 +30,16 @@ FrameRange parseFrameRange(const std::string& text)
     r.first = number(m[1].str());
     r.last = m[2].matched ? number(m[2].str()) : r.first;
     r.step = m[3].matched ? number(m[3].str()) : 1;
-    if (r.step < 1)
-        throw Error("--frames", "the step of \"" + text + "\" must be at least 1");
-    if (r.last < r.first)
-        throw Error("--frames", "\"" + text + "\" ends before it starts");
+    if (r.step < 1) throw Error("--frames", "the step of \"" + text + "\" must be at least 1");
+    if (r.last < r.first) throw Error("--frames", "\"" + text + "\" ends before it starts");
     return r;
 }
 
-bool hasFramePattern(const std::string& name)
-{
+bool hasFramePattern(const std::string& name) {
     return name.find('#') != std::string::npos || name.find('@') != std::string::npos;
 }
 
-std::string expandFramePattern(const std::string& name, long frame)
-{
+std::string expandFramePattern(const std::string& name, long frame) {
     std::string out;
     for (std::size_t i = 0; i < name.size();) {
         const char c = name[i];
@@ -56,12 +49,10 @@ std::string expandFramePattern(const std::string& name, long frame)
             continue;
         }
         std::size_t run = 0;
-        while (i + run < name.size() && name[i + run] == c)
-            ++run;
+        while (i + run < name.size() && name[i + run] == c) ++run;
         const std::size_t width = c == '#' ? run * 4 : run;
         std::string digits = std::to_string(frame < 0 ? -frame : frame);
-        if (digits.size() < width)
-            digits.insert(0, width - digits.size(), '0');
+        if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
         out += (frame < 0 ? "-" : "") + digits;
         i += run;
     }

@@ -14,10 +14,8 @@ std::string statusName(OfxStatus status);
 
 // True for the statuses that mean "the call did what was asked":
 // kOfxStatOK and the three replies.
-inline bool statusPasses(OfxStatus s)
-{
-    return s == kOfxStatOK || s == kOfxStatReplyYes || s == kOfxStatReplyNo ||
-           s == kOfxStatReplyDefault;
+inline bool statusPasses(OfxStatus s) {
+    return s == kOfxStatOK || s == kOfxStatReplyYes || s == kOfxStatReplyNo || s == kOfxStatReplyDefault;
 }
 
 // A failure of the host library: what went wrong, and the OFX status when a

@@ -9,8 +9,7 @@
 namespace ofxhost {
 
 template <class F>
-OfxStatus guarded(F&& body) noexcept
-{
+OfxStatus guarded(F&& body) noexcept {
     try {
         return body();
     } catch (const std::bad_alloc&) {
@@ -23,8 +22,7 @@ OfxStatus guarded(F&& body) noexcept
 // The body of most suite functions: find the object behind a handle
 // (kOfxStatErrBadHandle when there is none) and run fn on it, guarded.
 template <class T, class H, class F>
-OfxStatus onHandle(H handle, F&& fn) noexcept
-{
+OfxStatus onHandle(H handle, F&& fn) noexcept {
     return guarded([&]() -> OfxStatus {
         T* object = T::fromHandle(handle);
         return object ? fn(*object) : kOfxStatErrBadHandle;
@@ -34,10 +32,8 @@ OfxStatus onHandle(H handle, F&& fn) noexcept
 // Hands a value to the caller through an output argument, which must be
 // given.
 template <class V>
-OfxStatus giveOut(V* out, V value)
-{
-    if (!out)
-        return kOfxStatErrValue;
+OfxStatus giveOut(V* out, V value) {
+    if (!out) return kOfxStatErrValue;
     *out = value;
     return kOfxStatOK;
 }

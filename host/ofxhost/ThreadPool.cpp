@@ -12,13 +12,11 @@ thread_local unsigned tlIndex = 0;
 // Sets the calling thread's index for the length of one task.
 class IndexScope {
 public:
-    explicit IndexScope(unsigned index) : savedIndex_(tlIndex), savedWorker_(tlOnWorker)
-    {
+    explicit IndexScope(unsigned index) : savedIndex_(tlIndex), savedWorker_(tlOnWorker) {
         tlIndex = index;
         tlOnWorker = true;
     }
-    ~IndexScope()
-    {
+    ~IndexScope() {
         tlIndex = savedIndex_;
         tlOnWorker = savedWorker_;
     }
@@ -46,33 +44,27 @@ struct ThreadPool::Job {
 
 unsigned hardwareThreads() { return std::max(1u, std::thread::hardware_concurrency()); }
 
-ThreadPool::ThreadPool(unsigned threads)
-{
+ThreadPool::ThreadPool(unsigned threads) {
     threads = std::max(1u, threads);
     workers_.reserve(threads);
-    for (unsigned i = 0; i < threads; ++i)
-        workers_.emplace_back([this] { workerLoop(); });
+    for (unsigned i = 0; i < threads; ++i) workers_.emplace_back([this] { workerLoop(); });
 }
 
-ThreadPool::~ThreadPool()
-{
+ThreadPool::~ThreadPool() {
     {
         std::lock_guard lock(mutex_);
         stopping_ = true;
     }
     wake_.notify_all();
-    for (auto& t : workers_)
-        t.join();
+    for (auto& t : workers_) t.join();
 }
 
 unsigned ThreadPool::currentIndex() { return tlOnWorker ? tlIndex : 0; }
 
 bool ThreadPool::onWorker() { return tlOnWorker; }
 
-unsigned ThreadPool::run(const Task& fn, unsigned n)
-{
-    if (n == 0)
-        return 0;
+unsigned ThreadPool::run(const Task& fn, unsigned n) {
+    if (n == 0) return 0;
     if (tlOnWorker) {
         IndexScope scope(0);
         fn(0, 1);
@@ -82,8 +74,7 @@ unsigned ThreadPool::run(const Task& fn, unsigned n)
     Job job{&fn, n, n, {}, {}, {}};
     {
         std::lock_guard lock(mutex_);
-        for (unsigned i = 0; i < n; ++i)
-            queue_.emplace_back(&job, i);
+        for (unsigned i = 0; i < n; ++i) queue_.emplace_back(&job, i);
     }
     if (n == 1)
         wake_.notify_one();
@@ -94,8 +85,7 @@ unsigned ThreadPool::run(const Task& fn, unsigned n)
     return n;
 }
 
-void ThreadPool::workerLoop()
-{
+void ThreadPool::workerLoop() {
     const auto self = std::this_thread::get_id();
     for (;;) {
         std::pair<Job*, unsigned> item;
@@ -109,8 +99,7 @@ void ThreadPool::workerLoop()
                 });
                 return next != queue_.end() || (stopping_ && queue_.empty());
             });
-            if (next == queue_.end())
-                return;
+            if (next == queue_.end()) return;
             item = *next;
             queue_.erase(next);
             item.first->takers.push_back(self);
@@ -121,8 +110,7 @@ void ThreadPool::workerLoop()
             (*job.fn)(item.second, job.count);
         }
         std::lock_guard lock(job.mutex);
-        if (--job.remaining == 0)
-            job.done.notify_all();
+        if (--job.remaining == 0) job.done.notify_all();
     }
 }
 

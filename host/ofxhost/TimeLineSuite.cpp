@@ -9,40 +9,31 @@ namespace ofxhost::suites {
 
 namespace {
 
-Instance* instanceOf(void* handle)
-{
+Instance* instanceOf(void* handle) {
     EffectObject* e = EffectObject::fromHandle(static_cast<const void*>(handle));
     return e ? e->asInstance() : nullptr;
 }
 
-OfxStatus getTime(void* handle, double* time)
-{
+OfxStatus getTime(void* handle, double* time) {
     Instance* i = instanceOf(handle);
-    if (!i)
-        return kOfxStatErrBadHandle;
-    if (!time)
-        return kOfxStatErrValue;
+    if (!i) return kOfxStatErrBadHandle;
+    if (!time) return kOfxStatErrValue;
     *time = i->currentTime();
     return kOfxStatOK;
 }
 
-OfxStatus gotoTime(void* handle, double time)
-{
+OfxStatus gotoTime(void* handle, double time) {
     Instance* i = instanceOf(handle);
-    if (!i)
-        return kOfxStatErrBadHandle;
+    if (!i) return kOfxStatErrBadHandle;
     i->setTime(time);
     return kOfxStatOK;
 }
 
-OfxStatus getTimeBounds(void* handle, double* first, double* last)
-{
+OfxStatus getTimeBounds(void* handle, double* first, double* last) {
     return guarded([&] {
         Instance* i = instanceOf(handle);
-        if (!i)
-            return kOfxStatErrBadHandle;
-        if (!first || !last)
-            return kOfxStatErrValue;
+        if (!i) return kOfxStatErrBadHandle;
+        if (!first || !last) return kOfxStatErrValue;
         const auto range = i->timeBounds();
         *first = range.first;
         *last = range.second;
@@ -52,8 +43,7 @@ OfxStatus getTimeBounds(void* handle, double* first, double* last)
 
 }  // namespace
 
-const OfxTimeLineSuiteV1* timeLine()
-{
+const OfxTimeLineSuiteV1* timeLine() {
     static const OfxTimeLineSuiteV1 suite{getTime, gotoTime, getTimeBounds};
     return &suite;
 }

@@ -108,8 +108,7 @@ TEST_F(LoggedBundle, InstanceActionsAnswerTheirDefinedReplies) {
     change.defineString(kOfxPropChangeReason, {kOfxChangeUserEdited});
     EXPECT_EQ(plugin->callAction(kOfxActionInstanceChanged, instance->handle(), change.handle(), nullptr),
               kOfxStatReplyDefault);
-    EXPECT_EQ(count("ERROR : Instance Changed called with unknown type 'OfxTypeSomething' of object 'BlendAmount'"),
-              1);
+    EXPECT_EQ(count("ERROR : Instance Changed called with unknown type 'OfxTypeSomething' of object 'BlendAmount'"), 1);
     OfxRectD rod{};
     EXPECT_EQ(instance->regionOfDefinition(0.0, 1.0, rod), kOfxStatOK);
     EXPECT_EQ(rod.x1, -2147483648.0);
@@ -129,8 +128,8 @@ TEST_F(LoggedBundle, UnsupportedClipFormatsRenderNothing) {
     in.defineInt(kOfxImageEffectPropRenderWindow, {0, 0, 4, 4});
     in.defineString(kOfxImageEffectPropFieldToRender, {kOfxImageFieldNone});
     auto& output = *instance->clip("Output");
-    for (const auto& [components, depth] : {std::pair{kOfxImageComponentRGB, kOfxBitDepthByte},
-                                            std::pair{kOfxImageComponentRGBA, kOfxBitDepthShort}}) {
+    for (const auto& [components, depth] :
+         {std::pair{kOfxImageComponentRGB, kOfxBitDepthByte}, std::pair{kOfxImageComponentRGBA, kOfxBitDepthShort}}) {
         output.props().setString(kOfxImageEffectPropComponents, components);
         output.props().setString(kOfxImageEffectPropPixelDepth, depth);
         EXPECT_EQ(plugin->callAction(kOfxImageEffectActionRender, instance->handle(), in.handle(), nullptr), kOfxStatOK)

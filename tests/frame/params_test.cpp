@@ -191,9 +191,9 @@ TEST_F(ParamEffect, TextsFlagsOptionsAndLayoutReadBack) {
     // Definition order is kept, one host parameter per name.
     S names;
     for (const auto& p : plugin->describeInContext("filter").params().all()) names.push_back(p->name());
-    EXPECT_EQ(names, (S{"Probe", "Count", "Offset", "Cells", "Gain", "Center", "Position", "Tint", "Fill", "Enabled",
-                        "Mode", "Title", "Curve", "Memo", "Stepped", "Advanced", "Detail", "Run", "Curves",
-                        "Controls"}));
+    EXPECT_EQ(names, (S{"Probe",   "Count",    "Offset",  "Cells", "Gain",   "Center",  "Position",
+                        "Tint",    "Fill",     "Enabled", "Mode",  "Title",  "Curve",   "Memo",
+                        "Stepped", "Advanced", "Detail",  "Run",   "Curves", "Controls"}));
 
     ASSERT_EQ(render("Reads"), kOfxStatOK);
     EXPECT_EQ(reports["Count.texts"], "Count|Cnt|Number of things|count|How many");
@@ -306,9 +306,9 @@ TEST_F(LoggedParamEffect, WrongTypeFetchesFailTheRenderAndUnknownNamesCarryTheir
 TEST_F(ParamEffect, KindsOfFetchedParametersFollowTheHostsTypeStrings) {
     ASSERT_EQ(render("Kinds"), kOfxStatOK);
     const std::map<std::string, double> kinds = {
-        {"Probe", 10}, {"Count", 1}, {"Offset", 2}, {"Cells", 3},    {"Gain", 4},      {"Center", 5},
-        {"Position", 6}, {"Tint", 7}, {"Fill", 8},   {"Enabled", 9}, {"Mode", 10},     {"Title", 11},
-        {"Curve", 12},   {"Memo", 12}, {"Advanced", 14}, {"Detail", 4}, {"Run", 16}, {"Controls", 15},
+        {"Probe", 10},   {"Count", 1}, {"Offset", 2},    {"Cells", 3},   {"Gain", 4},  {"Center", 5},
+        {"Position", 6}, {"Tint", 7},  {"Fill", 8},      {"Enabled", 9}, {"Mode", 10}, {"Title", 11},
+        {"Curve", 12},   {"Memo", 12}, {"Advanced", 14}, {"Detail", 4},  {"Run", 16},  {"Controls", 15},
     };
     for (const auto& [name, kind] : kinds) EXPECT_EQ(reported("kind." + name), (V{kind, kind})) << name;
     EXPECT_EQ(reported("kind.Curves"), V{17});
@@ -346,9 +346,12 @@ TEST_F(ParamEffect, KeyTimesSearchesAndDeletionsFollowTheKeysAndFailPastThem) {
 }
 
 TEST_F(ParamEffect, ValuesBetweenKeysAreReadAtTheirTimesForEveryKind) {
-    for (const auto& [name, first, last] : std::vector<std::tuple<std::string, V, V>>{
-             {"Gain", {0.25}, {1.25}}, {"Count", {2}, {8}}, {"Offset", {0, 0}, {4, -6}}, {"Center", {0, 0}, {1, -2}},
-             {"Enabled", {1}, {0}}, {"Mode", {0}, {2}}}) {
+    for (const auto& [name, first, last] : std::vector<std::tuple<std::string, V, V>>{{"Gain", {0.25}, {1.25}},
+                                                                                      {"Count", {2}, {8}},
+                                                                                      {"Offset", {0, 0}, {4, -6}},
+                                                                                      {"Center", {0, 0}, {1, -2}},
+                                                                                      {"Enabled", {1}, {0}},
+                                                                                      {"Mode", {0}, {2}}}) {
         instance->setValue(name, values(first), 0.0);
         instance->setValue(name, values(last), 10.0);
     }
@@ -424,10 +427,16 @@ TEST_F(ParamEffect, CustomInterpolationEntryTakesEitherHandleAndNeedsEveryArgume
 TEST_F(ParamEffect, ValuesSetByTheEffectInAnEditBlockReachTheHostForEveryKind) {
     EXPECT_EQ(press("SetValues"), kOfxStatReplyDefault);
     EXPECT_EQ(reports.count("error"), 0u) << reports["error"];
-    const std::vector<std::pair<std::string, V>> set = {
-        {"Count", {7}}, {"Offset", {3, -4}}, {"Cells", {4, 5, 6}}, {"Detail", {0.375}}, {"Center", {0.125, 0.875}},
-        {"Position", {7.5, 8.5, 9.5}}, {"Tint", {0.75, 0.5, 0.25}}, {"Fill", {0.125, 0.25, 0.375, 0.5}},
-        {"Enabled", {0}}, {"Mode", {2}}};
+    const std::vector<std::pair<std::string, V>> set = {{"Count", {7}},
+                                                        {"Offset", {3, -4}},
+                                                        {"Cells", {4, 5, 6}},
+                                                        {"Detail", {0.375}},
+                                                        {"Center", {0.125, 0.875}},
+                                                        {"Position", {7.5, 8.5, 9.5}},
+                                                        {"Tint", {0.75, 0.5, 0.25}},
+                                                        {"Fill", {0.125, 0.25, 0.375, 0.5}},
+                                                        {"Enabled", {0}},
+                                                        {"Mode", {2}}};
     for (const auto& [name, want] : set) EXPECT_EQ(instance->value(name, 0), values(want)) << name;
     EXPECT_EQ(instance->param("Gain").keyTimes(), (V{10, 20}));
     EXPECT_EQ(instance->value("Gain", 15).n[0], 1.5);

@@ -21,8 +21,8 @@ ProbeRun runProbe(unsigned threads, int width, int height, std::optional<ofxhost
     config.threads = threads;
     auto host = quietHost(config);
     auto plugin = loadEffect(host, "ondu1.test:probe", ONDU1_TEST_BUNDLE_DIR);
-    auto instance = filterOn(*plugin, ofxhost::ImageBuffer(width, height, ofxhost::Depth::Float,
-                                                           ofxhost::PixelOrder::RGBA));
+    auto instance =
+        filterOn(*plugin, ofxhost::ImageBuffer(width, height, ofxhost::Depth::Float, ofxhost::PixelOrder::RGBA));
     ofxhost::RenderOptions options;
     options.depth = ofxhost::Depth::Float;
     options.window = window;

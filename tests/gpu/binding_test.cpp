@@ -15,8 +15,7 @@ TEST(OpenCLBinding, EmptySlotsAnswerAsAMissingDevice) {
     EXPECT_EQ(binding.releaseKernel(nullptr), CL_DEVICE_NOT_AVAILABLE);
     EXPECT_EQ(binding.releaseProgram(nullptr), CL_DEVICE_NOT_AVAILABLE);
     EXPECT_EQ(binding.getDeviceInfo(nullptr, CL_DEVICE_MAX_WORK_GROUP_SIZE, 0, nullptr), CL_DEVICE_NOT_AVAILABLE);
-    EXPECT_EQ(binding.call<&OpenCLEntryTable::clCreateBuffer>(nullptr, CL_MEM_READ_WRITE, 16, nullptr, &err),
-              nullptr);
+    EXPECT_EQ(binding.call<&OpenCLEntryTable::clCreateBuffer>(nullptr, CL_MEM_READ_WRITE, 16, nullptr, &err), nullptr);
     EXPECT_EQ(binding.call<&OpenCLEntryTable::clGetExtensionFunctionAddress>("clIcdGetPlatformIDsKHR"), nullptr);
 
     const std::size_t global[2] = {8, 8};

@@ -46,10 +46,10 @@ cl_int fakeKernelInfo(cl_kernel, cl_device_id device, cl_kernel_work_group_info 
     ++gDevice->queries;
     if (device != kDevice) return CL_INVALID_DEVICE;
     switch (name) {
-    case CL_KERNEL_WORK_GROUP_SIZE: return answer(gDevice->kernelGroupSize, size, out);
-    case CL_KERNEL_COMPILE_WORK_GROUP_SIZE: return answer(gDevice->compileGroupSize, size, out);
-    case CL_KERNEL_PREFERRED_WORK_GROUP_SIZE_MULTIPLE: return answer(gDevice->preferredMultiple, size, out);
-    default: return CL_INVALID_VALUE;
+        case CL_KERNEL_WORK_GROUP_SIZE: return answer(gDevice->kernelGroupSize, size, out);
+        case CL_KERNEL_COMPILE_WORK_GROUP_SIZE: return answer(gDevice->compileGroupSize, size, out);
+        case CL_KERNEL_PREFERRED_WORK_GROUP_SIZE_MULTIPLE: return answer(gDevice->preferredMultiple, size, out);
+        default: return CL_INVALID_VALUE;
     }
 }
 

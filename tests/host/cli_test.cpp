@@ -20,8 +20,7 @@ struct CliRun {
     std::string err;
 };
 
-CliRun run(std::vector<std::string> args)
-{
+CliRun run(std::vector<std::string> args) {
     args.push_back("--bundle");
     args.push_back(kBundle);
     std::ostringstream out, err;
@@ -29,15 +28,13 @@ CliRun run(std::vector<std::string> args)
     return {status, out.str(), err.str()};
 }
 
-void expectOneLineError(const CliRun& r, const std::string& what)
-{
+void expectOneLineError(const CliRun& r, const std::string& what) {
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err.rfind("ofxrender ERROR: " + what + ": ", 0), 0u) << r.err;
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
 }
 
-TEST(Cli, HelpVersionList)
-{
+TEST(Cli, HelpVersionList) {
     CliRun r = run({"--help"});
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("ofxrender render PLUGIN"), std::string::npos);
@@ -54,8 +51,7 @@ TEST(Cli, HelpVersionList)
     EXPECT_NE(r.out.find("\"contexts\": [\n      \"transition\"\n    ]"), std::string::npos);
 }
 
-TEST(Cli, DescribeBySuffixInEveryContext)
-{
+TEST(Cli, DescribeBySuffixInEveryContext) {
     CliRun r = run({"describe", "tint", "--json"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("\"id\": \"ondu1.test:tint\""), std::string::npos);
@@ -67,8 +63,7 @@ TEST(Cli, DescribeBySuffixInEveryContext)
     expectOneLineError(run({"describe", "nosuch"}), "nosuch");
 }
 
-TEST(Cli, BenchPrintsRatesWithoutImageFiles)
-{
+TEST(Cli, BenchPrintsRatesWithoutImageFiles) {
     CliRun r = run({"bench", "tint", "--size", "32x16", "--repeat", "3", "--depth", "float", "--order", "bgra"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("32x16 float bgra"), std::string::npos);
@@ -82,8 +77,7 @@ TEST(Cli, BenchPrintsRatesWithoutImageFiles)
     expectOneLineError(run({"bench", "tint", "--size", "8x8", "--set", "Gain=3.9"}), "ondu1.test:tint");
 }
 
-TEST(Cli, LogOptionSetsTheEnvironmentBeforeLoading)
-{
+TEST(Cli, LogOptionSetsTheEnvironmentBeforeLoading) {
     ::unsetenv("ONDU1_LOG");
     run({"list", "--log", "/tmp/ondu1-test.log"});
     ASSERT_NE(std::getenv("ONDU1_LOG"), nullptr);
@@ -93,10 +87,8 @@ TEST(Cli, LogOptionSetsTheEnvironmentBeforeLoading)
 
 class CliFiles : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        if (!imageFilesSupported())
-            GTEST_SKIP() << "built without OpenImageIO";
+    void SetUp() override {
+        if (!imageFilesSupported()) GTEST_SKIP() << "built without OpenImageIO";
         frame = ImageBuffer::testFrame(12, 7, Depth::Float, PixelOrder::RGBA, 11);
         frame.setFloat(3, 3, 0, -0.75f);  // outside 0..1: only a float file keeps it
         frame.setFloat(4, 3, 1, 12.5f);
@@ -107,20 +99,18 @@ protected:
     ImageBuffer frame{1, 1, Depth::Float, PixelOrder::RGBA};
 };
 
-TEST_F(CliFiles, FloatFilesPassThroughBitExact)
-{
+TEST_F(CliFiles, FloatFilesPassThroughBitExact) {
     for (const char* order : {"rgba", "bgra"}) {
         const std::string out = dir.file(std::string("out-") + order + ".exr");
         CliRun r = run({"render", "tint", "-i", dir.file("in.tif"), "-o", out, "--order", order, "--set", "Mode=Gain",
-                     "--row-padding", "16"});
+                        "--row-padding", "16"});
         ASSERT_EQ(r.status, 0) << r.err;
         EXPECT_TRUE(r.err.empty()) << r.err;
         EXPECT_TRUE(readImage(out, Depth::Float).samePixels(frame)) << order;
     }
 }
 
-TEST_F(CliFiles, DepthFollowsTheInputUnlessGiven)
-{
+TEST_F(CliFiles, DepthFollowsTheInputUnlessGiven) {
     // A PNG renders in bytes; forcing float and writing TIFF keeps floats.
     CliRun r = run({"render", "tint", "-i", dir.file("in.png"), "-o", dir.file("b.tif"), "--set", "Mode=Gain"});
     ASSERT_EQ(r.status, 0) << r.err;
@@ -131,10 +121,9 @@ TEST_F(CliFiles, DepthFollowsTheInputUnlessGiven)
     EXPECT_EQ(fileDepth(dir.file("f.tif")), Depth::Float);
 }
 
-TEST_F(CliFiles, SequenceWithKeyframesWritesEveryFrame)
-{
+TEST_F(CliFiles, SequenceWithKeyframesWritesEveryFrame) {
     CliRun r = run({"render", "ramp", "--size", "4x3", "--frames", "1-5x2", "-o", dir.file("ramp.#.exr"), "--set",
-                 "Level=0@1", "--set", "Level=1@5", "--set", "Color=1,1,1,1"});
+                    "Level=0@1", "--set", "Level=1@5", "--set", "Color=1,1,1,1"});
     ASSERT_EQ(r.status, 0) << r.err;
     const float want[] = {0.0f, 0.5f, 1.0f};
     int i = 0;
@@ -145,18 +134,15 @@ TEST_F(CliFiles, SequenceWithKeyframesWritesEveryFrame)
     }
 }
 
-TEST_F(CliFiles, TransitionFromTwoFiles)
-{
+TEST_F(CliFiles, TransitionFromTwoFiles) {
     writeImage(dir.file("white.tif"), hosttest::solidFloat(12, 7, PixelOrder::RGBA, 1.0f));
     CliRun r = run({"render", "mix", "-i", dir.file("in.tif"), "-i", "SourceTo=" + dir.file("white.tif"), "--frames",
-                 "0-2", "-o", dir.file("mix.@.tif")});
+                    "0-2", "-o", dir.file("mix.@.tif")});
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(readImage(dir.file("mix.1.tif"), Depth::Float).floatAt(0, 0, 3),
-              frame.floatAt(0, 0, 3) * 0.5f + 0.5f);
+    EXPECT_EQ(readImage(dir.file("mix.1.tif"), Depth::Float).floatAt(0, 0, 3), frame.floatAt(0, 0, 3) * 0.5f + 0.5f);
 }
 
-TEST_F(CliFiles, EveryErrorIsOneLineAndLeavesNoFile)
-{
+TEST_F(CliFiles, EveryErrorIsOneLineAndLeavesNoFile) {
     const std::string in = dir.file("in.tif");
     const std::string out = dir.file("out.exr");
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
@@ -188,10 +174,8 @@ TEST_F(CliFiles, EveryErrorIsOneLineAndLeavesNoFile)
     }
 }
 
-TEST(CliNoFiles, FilesNeedTheImageLibrary)
-{
-    if (imageFilesSupported())
-        GTEST_SKIP() << "built with OpenImageIO";
+TEST(CliNoFiles, FilesNeedTheImageLibrary) {
+    if (imageFilesSupported()) GTEST_SKIP() << "built with OpenImageIO";
     hosttest::TempDir dir;
     expectOneLineError(run({"render", "ramp", "-o", dir.file("x.png")}), dir.file("x.png"));
     EXPECT_TRUE(dir.entries().empty());

@@ -15,8 +15,7 @@ using namespace ofxhost;
 
 namespace {
 
-TEST(ImageBuffer, RowsFollowOfxAddressingInEveryLayout)
-{
+TEST(ImageBuffer, RowsFollowOfxAddressingInEveryLayout) {
     for (Layout layout : {Layout{}, Layout{12, false}, Layout{0, true}, Layout{8, true}}) {
         ImageBuffer img(RectI{-2, 3, 5, 7}, Depth::Float, PixelOrder::RGBA, layout);
         const std::ptrdiff_t packed = 7 * 16;
@@ -35,8 +34,7 @@ TEST(ImageBuffer, RowsFollowOfxAddressingInEveryLayout)
     }
 }
 
-TEST(ImageBuffer, MisuseThrows)
-{
+TEST(ImageBuffer, MisuseThrows) {
     EXPECT_THROW(ImageBuffer(4, 4, Depth::Byte, PixelOrder::RGBA, Layout{3, false}), Error);
     EXPECT_THROW(ImageBuffer(-1, 4, Depth::Byte, PixelOrder::RGBA), Error);
     ImageBuffer b(2, 2, Depth::Byte, PixelOrder::RGBA);
@@ -45,8 +43,7 @@ TEST(ImageBuffer, MisuseThrows)
     EXPECT_THROW(b.byteAt(0, 0, 4), Error);
 }
 
-TEST(ImageBuffer, BgraStoresBlueFirst)
-{
+TEST(ImageBuffer, BgraStoresBlueFirst) {
     ImageBuffer img(1, 1, Depth::Byte, PixelOrder::BGRA);
     img.setByte(0, 0, 0, 10);  // red
     img.setByte(0, 0, 2, 30);  // blue
@@ -57,12 +54,10 @@ TEST(ImageBuffer, BgraStoresBlueFirst)
     EXPECT_EQ(p[3], 40);
 }
 
-TEST(ImageBuffer, ConversionsAreExact)
-{
+TEST(ImageBuffer, ConversionsAreExact) {
     ImageBuffer bytes(256, 1, Depth::Byte, PixelOrder::RGBA);
     for (int x = 0; x < 256; ++x)
-        for (int c = 0; c < 4; ++c)
-            bytes.setByte(x, 0, c, std::uint8_t(x));
+        for (int c = 0; c < 4; ++c) bytes.setByte(x, 0, c, std::uint8_t(x));
     // Byte -> float -> byte is the identity, whatever the order and layout.
     const ImageBuffer f = bytes.converted(Depth::Float, PixelOrder::BGRA, Layout{16, true});
     EXPECT_EQ(f.floatAt(255, 0, 2), 1.0f);
@@ -85,8 +80,7 @@ TEST(ImageBuffer, ConversionsAreExact)
     EXPECT_TRUE(std::signbit(odd.clone().floatAt(0, 0, 1)));
 }
 
-TEST(ImageBuffer, TestFrameIsPremultipliedAndDeterministic)
-{
+TEST(ImageBuffer, TestFrameIsPremultipliedAndDeterministic) {
     const ImageBuffer a = ImageBuffer::testFrame(64, 32, Depth::Byte, PixelOrder::BGRA, 7);
     const ImageBuffer b = ImageBuffer::testFrame(64, 32, Depth::Byte, PixelOrder::BGRA, 7);
     const ImageBuffer c = ImageBuffer::testFrame(64, 32, Depth::Byte, PixelOrder::BGRA, 8);
@@ -95,8 +89,7 @@ TEST(ImageBuffer, TestFrameIsPremultipliedAndDeterministic)
     int distinct = 0;
     for (int y = 0; y < 32; ++y)
         for (int x = 0; x < 64; ++x) {
-            for (int ch = 0; ch < 3; ++ch)
-                EXPECT_LE(a.byteAt(x, y, ch), a.byteAt(x, y, 3));
+            for (int ch = 0; ch < 3; ++ch) EXPECT_LE(a.byteAt(x, y, ch), a.byteAt(x, y, 3));
             distinct += a.byteAt(x, y, 0) != a.byteAt(0, 0, 0);
         }
     EXPECT_GT(distinct, 1000);
@@ -104,11 +97,9 @@ TEST(ImageBuffer, TestFrameIsPremultipliedAndDeterministic)
     EXPECT_EQ(f.floatAt(10, 10, 1), a.byteAt(10, 10, 1) / 255.0f);
 }
 
-TEST(ImageBuffer, ResizePicksNearestPixels)
-{
+TEST(ImageBuffer, ResizePicksNearestPixels) {
     ImageBuffer img(4, 2, Depth::Byte, PixelOrder::RGBA);
-    for (int x = 0; x < 4; ++x)
-        img.setByte(x, 1, 0, std::uint8_t(10 * x));
+    for (int x = 0; x < 4; ++x) img.setByte(x, 1, 0, std::uint8_t(10 * x));
     // Each output pixel takes the source pixel under its centre: output x 0
     // of 2 has its centre at source x 1.0, output y 0 of 1 at source y 1.0.
     const ImageBuffer half = img.resized(2, 1);
@@ -123,16 +114,13 @@ TEST(ImageBuffer, ResizePicksNearestPixels)
 
 class ImageFiles : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        if (!imageFilesSupported())
-            GTEST_SKIP() << "built without OpenImageIO";
+    void SetUp() override {
+        if (!imageFilesSupported()) GTEST_SKIP() << "built without OpenImageIO";
     }
     hosttest::TempDir dir;
 };
 
-TEST_F(ImageFiles, TiffAndExrRoundTripBitExact)
-{
+TEST_F(ImageFiles, TiffAndExrRoundTripBitExact) {
     // Values no 8-bit file could hold, straight alpha, negative and above one.
     ImageBuffer f = ImageBuffer::testFrame(17, 9, Depth::Float, PixelOrder::RGBA, 3);
     f.setFloat(0, 0, 0, -0.125f);
@@ -151,8 +139,7 @@ TEST_F(ImageFiles, TiffAndExrRoundTripBitExact)
     EXPECT_TRUE(readImage(dir.file("b.tif"), Depth::Byte).samePixels(b));
 }
 
-TEST_F(ImageFiles, FilesStoreTheTopRowFirst)
-{
+TEST_F(ImageFiles, FilesStoreTheTopRowFirst) {
     // OFX's top row (y = 1) must be the file's first: a binary PPM shows it.
     ImageBuffer marked(2, 2, Depth::Byte, PixelOrder::RGBA);
     marked.setByte(0, 1, 0, 200);
@@ -170,8 +157,7 @@ TEST_F(ImageFiles, FilesStoreTheTopRowFirst)
     EXPECT_EQ(px[6 + 4], 100);  // last pixel of the file: (1, bottom), green
 }
 
-TEST_F(ImageFiles, PngIsStraightAlphaOnDisk)
-{
+TEST_F(ImageFiles, PngIsStraightAlphaOnDisk) {
     ImageBuffer img(1, 1, Depth::Byte, PixelOrder::RGBA);
     img.setByte(0, 0, 0, 64);  // premultiplied: 128 at alpha 128
     img.setByte(0, 0, 3, 128);
@@ -182,8 +168,7 @@ TEST_F(ImageFiles, PngIsStraightAlphaOnDisk)
     EXPECT_EQ(fileDepth(dir.file("p.png")), Depth::Byte);
 }
 
-TEST_F(ImageFiles, FailuresLeaveNoFileBehind)
-{
+TEST_F(ImageFiles, FailuresLeaveNoFileBehind) {
     const ImageBuffer img(2, 2, Depth::Byte, PixelOrder::RGBA);
     EXPECT_THROW(writeImage(dir.file("x.unknownformat"), img), Error);
     EXPECT_THROW(writeImage(dir.file("nodir/x.png"), img), Error);

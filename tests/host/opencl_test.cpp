@@ -25,20 +25,17 @@ const char* const kNoPlatform = "no OpenCL platform (install an ICD, e.g. pocl-o
 bool havePlatform() { return !openCLPlatforms().empty(); }
 
 // One device for the whole file: contexts are slow to make on some platforms.
-std::shared_ptr<OpenCLDevice> sharedDevice()
-{
+std::shared_ptr<OpenCLDevice> sharedDevice() {
     static std::shared_ptr<OpenCLDevice> device = havePlatform() ? OpenCLDevice::open() : nullptr;
     return device;
 }
 
-std::string upper(std::string s)
-{
+std::string upper(std::string s) {
     std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return char(std::toupper(c)); });
     return s;
 }
 
-std::string openError(const std::string& selection)
-{
+std::string openError(const std::string& selection) {
     try {
         OpenCLDevice::open(selection);
     } catch (const Error& e) {
@@ -48,17 +45,14 @@ std::string openError(const std::string& selection)
     return "(opened)";
 }
 
-std::shared_ptr<Host> openCLHost()
-{
+std::shared_ptr<Host> openCLHost() {
     HostConfig config;
     config.openCL = sharedDevice();
     return hosttest::quietHost(std::move(config));
 }
 
-TEST(OpenCLDevice, ChoosesByIndexAndByNameInAnyCase)
-{
-    if (!havePlatform())
-        GTEST_SKIP() << kNoPlatform;
+TEST(OpenCLDevice, ChoosesByIndexAndByNameInAnyCase) {
+    if (!havePlatform()) GTEST_SKIP() << kNoPlatform;
     const auto platforms = openCLPlatforms();
     auto first = OpenCLDevice::open("");
     EXPECT_EQ(first->platformName(), platforms[0].name);
@@ -78,8 +72,7 @@ TEST(OpenCLDevice, ChoosesByIndexAndByNameInAnyCase)
     EXPECT_NE(upper(byName->deviceName()).find(d), std::string::npos);
 }
 
-TEST(OpenCLDevice, SaysWhatMatchesNothing)
-{
+TEST(OpenCLDevice, SaysWhatMatchesNothing) {
     if (!havePlatform()) {
         // The one error a machine without OpenCL can show.
         EXPECT_NE(openError("").find("no platform is installed"), std::string::npos);
@@ -91,11 +84,9 @@ TEST(OpenCLDevice, SaysWhatMatchesNothing)
     EXPECT_NE(openError("0:no-such:device").find("no device matches \"no-such:device\""), std::string::npos);
 }
 
-TEST(OpenCLProgramSuite, OfferedWithADeviceAndBuildsOrReports)
-{
+TEST(OpenCLProgramSuite, OfferedWithADeviceAndBuildsOrReports) {
     EXPECT_EQ(hosttest::quietHost()->fetchSuite(kOfxOpenCLProgramSuite, 1), nullptr);
-    if (!havePlatform())
-        GTEST_SKIP() << kNoPlatform;
+    if (!havePlatform()) GTEST_SKIP() << kNoPlatform;
     auto host = openCLHost();
     auto suite = static_cast<const OfxOpenCLProgramSuiteV1*>(host->fetchSuite(kOfxOpenCLProgramSuite, 1));
     ASSERT_NE(suite, nullptr);
@@ -135,10 +126,8 @@ class OpenCLRender : public ::testing::TestWithParam<Variant> {};
 // Tint with colour gains per channel (so a swapped channel shows), over a
 // window inside a padded output that starts with other pixels (so the
 // packing, the window and "untouched outside it" all show).
-TEST_P(OpenCLRender, MatchesTheCpuRender)
-{
-    if (!havePlatform())
-        GTEST_SKIP() << kNoPlatform;
+TEST_P(OpenCLRender, MatchesTheCpuRender) {
+    if (!havePlatform()) GTEST_SKIP() << kNoPlatform;
     const auto [depth, order] = GetParam();
     auto host = openCLHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
@@ -188,16 +177,13 @@ TEST_P(OpenCLRender, MatchesTheCpuRender)
     EXPECT_EQ(inst->render(0, gpu, actual), kOfxStatErrUnsupported);
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, OpenCLRender,
-                         ::testing::Values(Variant{Depth::Byte, PixelOrder::RGBA}, Variant{Depth::Byte, PixelOrder::BGRA},
-                                           Variant{Depth::Float, PixelOrder::RGBA},
-                                           Variant{Depth::Float, PixelOrder::BGRA}),
-                         [](const auto& info) {
-                             return std::string(depthName(info.param.depth)) + "_" + orderName(info.param.order);
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Variants, OpenCLRender,
+    ::testing::Values(Variant{Depth::Byte, PixelOrder::RGBA}, Variant{Depth::Byte, PixelOrder::BGRA},
+                      Variant{Depth::Float, PixelOrder::RGBA}, Variant{Depth::Float, PixelOrder::BGRA}),
+    [](const auto& info) { return std::string(depthName(info.param.depth)) + "_" + orderName(info.param.order); });
 
-TEST(OpenCLRenderOptions, NeedADeviceOnTheHost)
-{
+TEST(OpenCLRenderOptions, NeedADeviceOnTheHost) {
     auto host = hosttest::quietHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:ramp");
     auto inst = plugin->createInstance("generator");
@@ -219,32 +205,27 @@ struct CliRun {
     std::string err;
 };
 
-CliRun runCli(std::vector<std::string> args)
-{
+CliRun runCli(std::vector<std::string> args) {
     args.insert(args.end(), {"--bundle", hosttest::kBundle});
     std::ostringstream out, err;
     const int status = ofxcli::runCli(args, out, err);
     return {status, out.str(), err.str()};
 }
 
-TEST(OpenCLCli, ListsDevicesAndRefusesABadSelection)
-{
+TEST(OpenCLCli, ListsDevicesAndRefusesABadSelection) {
     CliRun r = runCli({"list-devices"});
     EXPECT_EQ(r.status, 0) << r.err;
     r = runCli({"bench", "tint", "--size", "8x8", "--repeat", "1", "--opencl=no-such-platform"});
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err.rfind("ofxrender ERROR: OpenCL: ", 0), 0u) << r.err;
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
-    if (!havePlatform())
-        GTEST_SKIP() << kNoPlatform;
+    if (!havePlatform()) GTEST_SKIP() << kNoPlatform;
     r = runCli({"list-devices"});
     EXPECT_EQ(r.out.rfind("0  \"" + openCLPlatforms()[0].name + "\"\n  0:0  \"", 0), 0u) << r.out;
 }
 
-TEST(OpenCLCli, BenchesOnTheDeviceOrSaysItFallsBack)
-{
-    if (!havePlatform())
-        GTEST_SKIP() << kNoPlatform;
+TEST(OpenCLCli, BenchesOnTheDeviceOrSaysItFallsBack) {
+    if (!havePlatform()) GTEST_SKIP() << kNoPlatform;
     CliRun r = runCli({"bench", "tint", "--size", "16x8", "--repeat", "1", "--opencl=0:0"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find(", OpenCL " + openCLPlatforms()[0].devices[0] + ","), std::string::npos) << r.out;

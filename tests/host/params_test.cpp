@@ -15,8 +15,7 @@ namespace {
 
 class ParamTest : public hosttest::ParamSetTest {
 protected:
-    static ParamValue num(double a, double b = 0, double c = 0, double d = 0)
-    {
+    static ParamValue num(double a, double b = 0, double c = 0, double d = 0) {
         ParamValue v;
         v.n = {a, b, c, d};
         return v;
@@ -24,8 +23,7 @@ protected:
     const OfxParameterSuiteV1* suite = suites::parameter();
 };
 
-TEST_F(ParamTest, DefineRefusesUnknownTypesAndTakenNames)
-{
+TEST_F(ParamTest, DefineRefusesUnknownTypesAndTakenNames) {
     define(kOfxParamTypeDouble, "A");
     EXPECT_EQ(set.define(kOfxParamTypeDouble, "A", nullptr), kOfxStatErrExists);
     EXPECT_EQ(set.define("OfxParamTypeNoSuch", "B", nullptr), kOfxStatErrUnknown);
@@ -38,8 +36,7 @@ TEST_F(ParamTest, DefineRefusesUnknownTypesAndTakenNames)
               kOfxStatErrBadHandle);
 }
 
-TEST_F(ParamTest, VariadicValuesOfEachShape)
-{
+TEST_F(ParamTest, VariadicValuesOfEachShape) {
     Param& i2 = define(kOfxParamTypeInteger2D, "I2");
     Param& rgba = define(kOfxParamTypeRGBA, "C");
     Param& str = define(kOfxParamTypeString, "S");
@@ -66,8 +63,7 @@ TEST_F(ParamTest, VariadicValuesOfEachShape)
     EXPECT_EQ(suite->paramGetValue(reinterpret_cast<OfxParamHandle>(&x), &x), kOfxStatErrBadHandle);
 }
 
-TEST_F(ParamTest, NumbersClampToRangeAndChoicesMustExist)
-{
+TEST_F(ParamTest, NumbersClampToRangeAndChoicesMustExist) {
     Param& d = define(kOfxParamTypeDouble, "D");
     d.props().setDouble(kOfxParamPropMin, 0.0);
     d.props().setDouble(kOfxParamPropMax, 1.0);
@@ -86,8 +82,7 @@ TEST_F(ParamTest, NumbersClampToRangeAndChoicesMustExist)
     EXPECT_EQ(suite->paramSetValue(d.handle(), std::numeric_limits<double>::quiet_NaN()), kOfxStatErrValue);
 }
 
-TEST_F(ParamTest, LinearKeyframesHoldOutsideTheKeys)
-{
+TEST_F(ParamTest, LinearKeyframesHoldOutsideTheKeys) {
     Param& d = define(kOfxParamTypeDouble2D, "D");
     ASSERT_EQ(suite->paramSetValueAtTime(d.handle(), 10.0, 0.0, 100.0), kOfxStatOK);
     ASSERT_EQ(suite->paramSetValueAtTime(d.handle(), 20.0, 1.0, 0.0), kOfxStatOK);
@@ -106,8 +101,7 @@ TEST_F(ParamTest, LinearKeyframesHoldOutsideTheKeys)
     EXPECT_EQ(x, 0.5);
 }
 
-TEST_F(ParamTest, IntegersRoundWhileBooleansStringsAndCustomsStep)
-{
+TEST_F(ParamTest, IntegersRoundWhileBooleansStringsAndCustomsStep) {
     Param& i = define(kOfxParamTypeInteger, "I");
     i.setValueAtTime(0, num(0));
     i.setValueAtTime(4, num(3));
@@ -131,8 +125,7 @@ TEST_F(ParamTest, IntegersRoundWhileBooleansStringsAndCustomsStep)
     }
 }
 
-TEST_F(ParamTest, SetValueOnAnAnimatedParameterKeysTheCurrentTime)
-{
+TEST_F(ParamTest, SetValueOnAnAnimatedParameterKeysTheCurrentTime) {
     Param& d = define(kOfxParamTypeDouble, "D");
     d.setValueAtTime(0, num(0));
     d.setValueAtTime(10, num(10));
@@ -145,11 +138,9 @@ TEST_F(ParamTest, SetValueOnAnAnimatedParameterKeysTheCurrentTime)
     EXPECT_EQ(still.setValueAtTime(1, num(1)), kOfxStatFailed);
 }
 
-TEST_F(ParamTest, KeyIndexesAndDeletion)
-{
+TEST_F(ParamTest, KeyIndexesAndDeletion) {
     Param& d = define(kOfxParamTypeDouble, "D");
-    for (double t : {2.0, 4.0, 6.0})
-        d.setValueAtTime(t, num(t));
+    for (double t : {2.0, 4.0, 6.0}) d.setValueAtTime(t, num(t));
     OfxParamHandle h = d.handle();
     unsigned n = 0;
     suite->paramGetNumKeys(h, &n);
@@ -193,8 +184,7 @@ TEST_F(ParamTest, KeyIndexesAndDeletion)
     EXPECT_EQ(d.props().getInt(kOfxParamPropIsAnimating), 0);
 }
 
-TEST_F(ParamTest, DerivativeAndIntegralOfAPiecewiseLinearCurve)
-{
+TEST_F(ParamTest, DerivativeAndIntegralOfAPiecewiseLinearCurve) {
     Param& d = define(kOfxParamTypeDouble, "D");
     d.setValueAtTime(0, num(0));
     d.setValueAtTime(2, num(4));
@@ -218,8 +208,7 @@ TEST_F(ParamTest, DerivativeAndIntegralOfAPiecewiseLinearCurve)
     EXPECT_EQ(suite->paramGetDerivative(i.handle(), 0.0, &iv), kOfxStatErrUnsupported);
 }
 
-TEST_F(ParamTest, CopyShiftsKeysWithinARange)
-{
+TEST_F(ParamTest, CopyShiftsKeysWithinARange) {
     Param& from = define(kOfxParamTypeDouble, "From");
     Param& to = define(kOfxParamTypeDouble, "To");
     Param& other = define(kOfxParamTypeInteger, "Other");
@@ -231,8 +220,7 @@ TEST_F(ParamTest, CopyShiftsKeysWithinARange)
     EXPECT_EQ(suite->paramCopy(other.handle(), from.handle(), 0.0, nullptr), kOfxStatErrValue);
 }
 
-TEST_F(ParamTest, ParametricCurvesAreLinearAndValidated)
-{
+TEST_F(ParamTest, ParametricCurvesAreLinearAndValidated) {
     Param& p = define(kOfxParamTypeParametric, "P");
     p.props().setInt(kOfxParamPropParametricDimension, 2);
     const OfxParametricParameterSuiteV1* ps = suites::parametric();
@@ -254,8 +242,7 @@ TEST_F(ParamTest, ParametricCurvesAreLinearAndValidated)
     EXPECT_EQ(ps->parametricParamGetValue(d.handle(), 0, 0, 0.5, &y), kOfxStatErrBadHandle);
 }
 
-TEST_F(ParamTest, PagesListParametersAndTheirGroups)
-{
+TEST_F(ParamTest, PagesListParametersAndTheirGroups) {
     define(kOfxParamTypeGroup, "G");
     Param& inner = define(kOfxParamTypeDouble, "Inner");
     inner.props().setString(kOfxParamPropParent, "G");

@@ -15,8 +15,7 @@ using hosttest::kBundle;
 
 namespace {
 
-TEST(Bundle, OpensByDirectoryOrModuleAndListsRecords)
-{
+TEST(Bundle, OpensByDirectoryOrModuleAndListsRecords) {
     auto b = Bundle::open(kBundle);
     ASSERT_EQ(b->pluginCount(), 3);
     EXPECT_EQ(b->pluginId(0), "ondu1.test:tint");
@@ -29,8 +28,7 @@ TEST(Bundle, OpensByDirectoryOrModuleAndListsRecords)
     EXPECT_THROW(Bundle::open("/no/such.ofx.bundle"), Error);
 }
 
-TEST(Bundle, SearchSkipsAtFoldersAndFindsNestedBundles)
-{
+TEST(Bundle, SearchSkipsAtFoldersAndFindsNestedBundles) {
     hosttest::TempDir dir;
     std::filesystem::create_directories(dir.path() / "a" / "X.ofx.bundle");
     std::filesystem::create_directories(dir.path() / "@skip" / "Y.ofx.bundle");
@@ -42,8 +40,7 @@ TEST(Bundle, SearchSkipsAtFoldersAndFindsNestedBundles)
     EXPECT_EQ(found[2], kBundle);
 }
 
-TEST(Plugin, DescribesContextsClipsAndParameters)
-{
+TEST(Plugin, DescribesContextsClipsAndParameters) {
     auto host = hosttest::quietHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
     const PluginInfo info = describePlugin(*plugin, "filter");
@@ -59,8 +56,7 @@ TEST(Plugin, DescribesContextsClipsAndParameters)
 
     auto find = [&](const std::string& name) {
         for (const auto& p : info.params)
-            if (p.name == name)
-                return p;
+            if (p.name == name) return p;
         ADD_FAILURE() << "no parameter " << name;
         return ParamInfo{};
     };
@@ -93,8 +89,7 @@ TEST(Plugin, DescribesContextsClipsAndParameters)
     EXPECT_THROW(plugin->describeInContext("transition"), Error);
 }
 
-TEST(Plugin, HostIdentityIsConfigurable)
-{
+TEST(Plugin, HostIdentityIsConfigurable) {
     HostConfig config;
     config.name = "talvo.effects.talvo.harbor.pe";
     config.versionMajor = 17;
@@ -114,8 +109,7 @@ TEST(Plugin, HostIdentityIsConfigurable)
     EXPECT_NE(std::find(depths.begin(), depths.end(), kOfxBitDepthFloatBGR), depths.end());
 }
 
-TEST(Plugin, SuitesOfferedAndWithheld)
-{
+TEST(Plugin, SuitesOfferedAndWithheld) {
     HostConfig config;
     config.withheldSuites = {kOfxParameterSuite};
     auto host = hosttest::quietHost(config);
@@ -143,16 +137,14 @@ TEST(Plugin, SuitesOfferedAndWithheld)
     }
 }
 
-TEST(Plugin, RawActionsWithAnyHandles)
-{
+TEST(Plugin, RawActionsWithAnyHandles) {
     auto host = hosttest::quietHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:ramp");
     EXPECT_EQ(plugin->callAction("OfxNoSuchAction", nullptr, nullptr, nullptr), kOfxStatReplyDefault);
     EXPECT_EQ(plugin->callAction(kOfxActionPurgeCaches, nullptr, nullptr, nullptr), kOfxStatReplyDefault);
 }
 
-TEST(Plugin, ReloadAfterUnloadStartsTheModuleAfresh)
-{
+TEST(Plugin, ReloadAfterUnloadStartsTheModuleAfresh) {
     auto host = hosttest::quietHost();
     for (int round = 0; round < 2; ++round) {
         auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:mix");
@@ -170,8 +162,7 @@ protected:
     std::unique_ptr<Instance> inst = plugin->createInstance("filter");
 };
 
-TEST_F(TintInstance, ParametersByNameOrScriptNameWithNotifications)
-{
+TEST_F(TintInstance, ParametersByNameOrScriptNameWithNotifications) {
     EXPECT_EQ(inst->value("gain", 0).n[0], 1.0);
     inst->setValueText("gain", "2.5");
     EXPECT_EQ(inst->value("Gain", 0).n[0], 2.5);
@@ -190,8 +181,7 @@ TEST_F(TintInstance, ParametersByNameOrScriptNameWithNotifications)
     EXPECT_EQ(messages[0].type, kOfxMessageMessage);
 }
 
-TEST_F(TintInstance, CustomParameterInterpolatesThroughThePlugin)
-{
+TEST_F(TintInstance, CustomParameterInterpolatesThroughThePlugin) {
     inst->setValueText("Curve", "10", 0.0);
     inst->setValueText("Curve", "20", 4.0);
     EXPECT_EQ(inst->value("Curve", 1.0).s, "12.5");
@@ -203,8 +193,7 @@ TEST_F(TintInstance, CustomParameterInterpolatesThroughThePlugin)
     EXPECT_STREQ(s, "17.5");
 }
 
-TEST_F(TintInstance, ParametricDefaultsComeFromTheDescriptor)
-{
+TEST_F(TintInstance, ParametricDefaultsComeFromTheDescriptor) {
     double y = 0;
     EXPECT_EQ(suites::parametric()->parametricParamGetValue(inst->param("Lut").handle(), 0, 0, 0.5, &y), kOfxStatOK);
     EXPECT_EQ(y, 0.25);

@@ -16,8 +16,7 @@ namespace {
 
 class PropertySuiteTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         set.defineInt("I", {1, 2});
         set.defineDouble("D", {0.5});
         set.defineString("S", {"a", "b", "c"});
@@ -28,8 +27,7 @@ protected:
     PropertySet set;
 };
 
-TEST_F(PropertySuiteTest, ReadsAndWritesEveryType)
-{
+TEST_F(PropertySuiteTest, ReadsAndWritesEveryType) {
     OfxPropertySetHandle h = set.handle();
     double d = 0;
     char* s = nullptr;
@@ -56,8 +54,7 @@ TEST_F(PropertySuiteTest, ReadsAndWritesEveryType)
     EXPECT_EQ(set.getInts("I"), (std::vector<int>{-5, 9}));
 }
 
-TEST_F(PropertySuiteTest, PublishedErrorStatuses)
-{
+TEST_F(PropertySuiteTest, PublishedErrorStatuses) {
     OfxPropertySetHandle h = set.handle();
     int i = 0;
     double d = 0;
@@ -83,8 +80,7 @@ TEST_F(PropertySuiteTest, PublishedErrorStatuses)
     EXPECT_EQ(suite->propSetString(h, "S", 0, nullptr), kOfxStatErrValue);
 }
 
-TEST_F(PropertySuiteTest, BadHandlesAreRefusedNotFollowed)
-{
+TEST_F(PropertySuiteTest, BadHandlesAreRefusedNotFollowed) {
     int i = 0;
     alignas(16) unsigned char garbage[64];
     std::memset(garbage, 0xAB, sizeof garbage);
@@ -102,8 +98,7 @@ TEST_F(PropertySuiteTest, BadHandlesAreRefusedNotFollowed)
     EXPECT_EQ(suite->propGetInt(stale, "I", 0, &i), kOfxStatErrBadHandle);
 }
 
-TEST_F(PropertySuiteTest, VariableDimensionGrowsAndShrinks)
-{
+TEST_F(PropertySuiteTest, VariableDimensionGrowsAndShrinks) {
     OfxPropertySetHandle h = set.handle();
     int n = -1;
     EXPECT_EQ(suite->propGetDimension(h, "V", &n), kOfxStatOK);
@@ -118,8 +113,7 @@ TEST_F(PropertySuiteTest, VariableDimensionGrowsAndShrinks)
     EXPECT_EQ(suite->propSetString(h, "V", PropertySet::kMaxValues, "x"), kOfxStatErrBadIndex);
 }
 
-TEST_F(PropertySuiteTest, ResetRestoresDefaults)
-{
+TEST_F(PropertySuiteTest, ResetRestoresDefaults) {
     set.setInts("I", {8, 9});
     set.setStrings("V", {"x", "y"});
     EXPECT_EQ(suite->propReset(set.handle(), "I"), kOfxStatOK);
@@ -128,8 +122,7 @@ TEST_F(PropertySuiteTest, ResetRestoresDefaults)
     EXPECT_EQ(set.dimension("V"), 0);
 }
 
-TEST_F(PropertySuiteTest, OnlyExtensibleSetsTakeNewNames)
-{
+TEST_F(PropertySuiteTest, OnlyExtensibleSetsTakeNewNames) {
     EXPECT_EQ(suite->propSetInt(set.handle(), "Vendor", 0, 3), kOfxStatErrUnknown);
     PropertySet open(true);
     EXPECT_EQ(suite->propSetInt(open.handle(), "Vendor", 1, 3), kOfxStatOK);
@@ -138,8 +131,7 @@ TEST_F(PropertySuiteTest, OnlyExtensibleSetsTakeNewNames)
     EXPECT_EQ(suite->propSetString(open.handle(), "Vendor", 0, "x"), kOfxStatErrValue);
 }
 
-TEST(PropertySet, HostSideAccessThrowsWithTheStatus)
-{
+TEST(PropertySet, HostSideAccessThrowsWithTheStatus) {
     PropertySet set;
     set.defineInt("I", {1});
     try {
@@ -153,8 +145,7 @@ TEST(PropertySet, HostSideAccessThrowsWithTheStatus)
     EXPECT_THROW(set.getInt("missing"), Error);
 }
 
-TEST(PropertySet, CopyIsDeepAndHasItsOwnHandle)
-{
+TEST(PropertySet, CopyIsDeepAndHasItsOwnHandle) {
     PropertySet a;
     a.defineString("S", {"x"});
     PropertySet b(a);
@@ -164,8 +155,7 @@ TEST(PropertySet, CopyIsDeepAndHasItsOwnHandle)
     EXPECT_EQ(PropertySet::fromHandle(b.handle()), &b);
 }
 
-TEST(PropertySet, ConcurrentWritersAndReadersStayConsistent)
-{
+TEST(PropertySet, ConcurrentWritersAndReadersStayConsistent) {
     PropertySet set;
     set.defineDouble("D", {0.0, 0.0});
     const OfxPropertySuiteV1* suite = suites::property();
@@ -181,12 +171,10 @@ TEST(PropertySet, ConcurrentWritersAndReadersStayConsistent)
                 EXPECT_EQ(back[0], back[1]);
             }
         });
-    for (auto& th : threads)
-        th.join();
+    for (auto& th : threads) th.join();
 }
 
-TEST(Status, NamesArePublishedSymbols)
-{
+TEST(Status, NamesArePublishedSymbols) {
     EXPECT_EQ(statusName(kOfxStatOK), "kOfxStatOK");
     EXPECT_EQ(statusName(kOfxStatReplyDefault), "kOfxStatReplyDefault");
     EXPECT_EQ(statusName(1000), "kOfxStatErrImageFormat");

@@ -23,23 +23,21 @@ struct Variant {
     Layout layout;
 };
 
-std::string name(const Variant& v)
-{
+std::string name(const Variant& v) {
     return std::string(depthName(v.depth)) + "/" + orderName(v.order) + "/pad" + std::to_string(v.layout.rowPadding) +
            (v.layout.negativeRowBytes ? "/neg" : "");
 }
 
 const Variant kVariants[] = {
-    {Depth::Byte, PixelOrder::RGBA, {}},          {Depth::Byte, PixelOrder::BGRA, {}},
-    {Depth::Float, PixelOrder::RGBA, {}},         {Depth::Float, PixelOrder::BGRA, {}},
-    {Depth::Byte, PixelOrder::BGRA, {20, true}},  {Depth::Float, PixelOrder::RGBA, {16, false}},
+    {Depth::Byte, PixelOrder::RGBA, {}},         {Depth::Byte, PixelOrder::BGRA, {}},
+    {Depth::Float, PixelOrder::RGBA, {}},        {Depth::Float, PixelOrder::BGRA, {}},
+    {Depth::Byte, PixelOrder::BGRA, {20, true}}, {Depth::Float, PixelOrder::RGBA, {16, false}},
     {Depth::Float, PixelOrder::BGRA, {0, true}},
 };
 
 class RenderTest : public ::testing::Test {
 protected:
-    std::unique_ptr<Instance> tint()
-    {
+    std::unique_ptr<Instance> tint() {
         plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
         auto inst = plugin->createInstance("filter");
         inst->setProjectSize(9, 5);
@@ -52,8 +50,7 @@ protected:
         std::make_shared<const ImageBuffer>(ImageBuffer::testFrame(9, 5, Depth::Byte, PixelOrder::RGBA, 5));
 };
 
-TEST_F(RenderTest, TintInEveryDepthOrderAndLayout)
-{
+TEST_F(RenderTest, TintInEveryDepthOrderAndLayout) {
     auto inst = tint();
     inst->setValueText("Gain", "0.5");
     inst->setValueText("Tint", "1,0.5,0.25,1");
@@ -81,8 +78,7 @@ TEST_F(RenderTest, TintInEveryDepthOrderAndLayout)
     EXPECT_EQ(inst->liveImageCount(), 0u);
 }
 
-TEST_F(RenderTest, RenderWindowLimitsTheWrittenPixels)
-{
+TEST_F(RenderTest, RenderWindowLimitsTheWrittenPixels) {
     auto inst = tint();
     RenderOptions o;
     o.window = RectI{2, 1, 5, 3};
@@ -99,8 +95,7 @@ TEST_F(RenderTest, RenderWindowLimitsTheWrittenPixels)
     EXPECT_THROW(inst->render(0.0, f, out), Error);  // the output is byte
 }
 
-TEST_F(RenderTest, PluginSeesRealThreadsWithIndexes)
-{
+TEST_F(RenderTest, PluginSeesRealThreadsWithIndexes) {
     auto inst = tint();
     inst->setValueText("Mode", "Thread index");
     inst->setProjectSize(4, 9);
@@ -119,8 +114,7 @@ TEST_F(RenderTest, PluginSeesRealThreadsWithIndexes)
     EXPECT_EQ(out.byteAt(0, 8, 1), 2);
 }
 
-TEST_F(RenderTest, RefusalComesBackWithAMessageAndNoLeaks)
-{
+TEST_F(RenderTest, RefusalComesBackWithAMessageAndNoLeaks) {
     auto inst = tint();
     inst->setValueText("Gain", "3.9");
     const std::size_t blocks = memory::liveBlocks();
@@ -135,8 +129,7 @@ TEST_F(RenderTest, RefusalComesBackWithAMessageAndNoLeaks)
     EXPECT_EQ(memory::liveBlocks(), blocks);
 }
 
-TEST_F(RenderTest, MissingInputFrameFailsTheRender)
-{
+TEST_F(RenderTest, MissingInputFrameFailsTheRender) {
     auto inst = tint();
     inst->connect("Source", [](double) { return std::shared_ptr<const ImageBuffer>(); });
     RenderOptions o;
@@ -146,8 +139,7 @@ TEST_F(RenderTest, MissingInputFrameFailsTheRender)
     EXPECT_THROW(inst->render(0.0, o, out), Error);
 }
 
-TEST_F(RenderTest, RenderScaleShrinksImagesAndIsPassedOn)
-{
+TEST_F(RenderTest, RenderScaleShrinksImagesAndIsPassedOn) {
     auto inst = tint();
     RenderOptions o;
     o.renderScale = 0.5;
@@ -158,8 +150,7 @@ TEST_F(RenderTest, RenderScaleShrinksImagesAndIsPassedOn)
     EXPECT_EQ(out.byteAt(1, 1, 3), source->byteAt(2, 2, 3));  // nearest pixel of the full frame
 }
 
-TEST_F(RenderTest, ConcurrentRendersOfOneInstance)
-{
+TEST_F(RenderTest, ConcurrentRendersOfOneInstance) {
     auto inst = tint();
     inst->setValueText("Gain", "0.25");
     std::vector<std::thread> threads;
@@ -175,13 +166,11 @@ TEST_F(RenderTest, ConcurrentRendersOfOneInstance)
                     ++bad;
             }
         });
-    for (auto& th : threads)
-        th.join();
+    for (auto& th : threads) th.join();
     EXPECT_EQ(bad, 0);
 }
 
-TEST_F(RenderTest, ImageSuiteMisuseAndAbort)
-{
+TEST_F(RenderTest, ImageSuiteMisuseAndAbort) {
     auto inst = tint();
     const auto* fx = static_cast<const OfxImageEffectSuiteV1*>(host->fetchSuite(kOfxImageEffectSuite, 1));
     OfxImageClipHandle clip = nullptr;
@@ -220,8 +209,7 @@ TEST_F(RenderTest, ImageSuiteMisuseAndAbort)
 
 // The test plug-in's Measure button: Gain's keys become the red of Source at
 // each frame of the clip's range, in the format of the renders to come.
-TEST_F(RenderTest, AnalysisInInstanceChangedReadsTheRangeAndRewritesKeys)
-{
+TEST_F(RenderTest, AnalysisInInstanceChangedReadsTheRangeAndRewritesKeys) {
     auto inst = tint();
     const auto frameAt = [](double t) { return hosttest::solidFloat(2, 1, PixelOrder::RGBA, float(0.1 * t)); };
     inst->connect("Source", [&](double t) { return std::make_shared<const ImageBuffer>(frameAt(t)); });
@@ -268,8 +256,7 @@ TEST_F(RenderTest, AnalysisInInstanceChangedReadsTheRangeAndRewritesKeys)
     EXPECT_EQ(suites::parameter()->paramEditEnd(inst->params().handle()), kOfxStatFailed);
 }
 
-TEST(RenderJobs, GeneratorSequenceWithAnimatedParameter)
-{
+TEST(RenderJobs, GeneratorSequenceWithAnimatedParameter) {
     auto host = hosttest::quietHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:ramp");
     RenderJob job;
@@ -288,8 +275,7 @@ TEST(RenderJobs, GeneratorSequenceWithAnimatedParameter)
     }
 }
 
-TEST(RenderJobs, TransitionSweepsFromZeroToOne)
-{
+TEST(RenderJobs, TransitionSweepsFromZeroToOne) {
     auto host = hosttest::quietHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:mix");
     RenderJob job;
@@ -300,14 +286,12 @@ TEST(RenderJobs, TransitionSweepsFromZeroToOne)
     const RenderResult r = runRenderJob(*plugin, job);
     EXPECT_EQ(r.context, kOfxImageEffectContextTransition);
     EXPECT_EQ(r.depth, Depth::Float);  // from the in-memory inputs
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(r.frames[i].floatAt(1, 1, 2), i * 0.25f) << i;
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(r.frames[i].floatAt(1, 1, 2), i * 0.25f) << i;
     job.settings = {parseSetting("Transition=0.75")};
     EXPECT_EQ(runRenderJob(*plugin, job).frames[0].floatAt(0, 0, 0), 0.75f);
 }
 
-TEST(RenderJobs, IdentityCopiesTheSource)
-{
+TEST(RenderJobs, IdentityCopiesTheSource) {
     auto host = hosttest::quietHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
     auto frame = std::make_shared<const ImageBuffer>(ImageBuffer::testFrame(6, 4, Depth::Byte, PixelOrder::RGBA, 9));
@@ -321,8 +305,7 @@ TEST(RenderJobs, IdentityCopiesTheSource)
     EXPECT_THROW(runRenderJob(*plugin, job), Error);
 }
 
-TEST(RenderJobs, MistakesInTheJob)
-{
+TEST(RenderJobs, MistakesInTheJob) {
     auto host = hosttest::quietHost();
     auto plugin = hosttest::loadTestPlugin(host, "ondu1.test:tint");
     auto frame = std::make_shared<const ImageBuffer>(2, 2, Depth::Byte, PixelOrder::RGBA);

@@ -19,8 +19,7 @@ using namespace ofxhost;
 
 namespace {
 
-TEST(FrameRange, FormsAndErrors)
-{
+TEST(FrameRange, FormsAndErrors) {
     EXPECT_EQ(parseFrameRange("5").frames(), std::vector<long>{5});
     EXPECT_EQ(parseFrameRange("1-4").frames(), (std::vector<long>{1, 2, 3, 4}));
     EXPECT_EQ(parseFrameRange("1-10x4").frames(), (std::vector<long>{1, 5, 9}));
@@ -29,8 +28,7 @@ TEST(FrameRange, FormsAndErrors)
         EXPECT_THROW(parseFrameRange(bad), Error) << bad;
 }
 
-TEST(FramePattern, HashesAndAts)
-{
+TEST(FramePattern, HashesAndAts) {
     EXPECT_EQ(expandFramePattern("out.#.exr", 7), "out.0007.exr");
     EXPECT_EQ(expandFramePattern("out.##.exr", 7), "out.00000007.exr");
     EXPECT_EQ(expandFramePattern("f@@@.png", 7), "f007.png");
@@ -40,8 +38,7 @@ TEST(FramePattern, HashesAndAts)
     EXPECT_FALSE(hasFramePattern("still.png"));
 }
 
-TEST(Setting, NameValueAndOptionalTime)
-{
+TEST(Setting, NameValueAndOptionalTime) {
     const std::pair<const char*, ParamSetting> cases[] = {{"Gain=0.5@12", {"Gain", "0.5", 12.0}},
                                                           {"Note=@notes.txt", {"Note", "@notes.txt", {}}},
                                                           {"Note=mail@example.com", {"Note", "mail@example.com", {}}},
@@ -58,8 +55,7 @@ TEST(Setting, NameValueAndOptionalTime)
 
 using ParamTextTest = hosttest::ParamSetTest;
 
-TEST_F(ParamTextTest, EveryValueShape)
-{
+TEST_F(ParamTextTest, EveryValueShape) {
     Param& d = define(kOfxParamTypeDouble, "D");
     EXPECT_EQ(parseParamText(d, " 0.25 ").n[0], 0.25);
     Param& rgb = define(kOfxParamTypeRGB, "C");
@@ -82,8 +78,7 @@ TEST_F(ParamTextTest, EveryValueShape)
     EXPECT_EQ(parseParamText(s, "@" + dir.file("t.txt")).s, "from file\n");
 }
 
-TEST_F(ParamTextTest, WrongShapesAreClearErrors)
-{
+TEST_F(ParamTextTest, WrongShapesAreClearErrors) {
     Param& d = define(kOfxParamTypeDouble, "D");
     d.props().setDouble(kOfxParamPropMin, 0.0);
     d.props().setDouble(kOfxParamPropMax, 1.0);
@@ -95,9 +90,9 @@ TEST_F(ParamTextTest, WrongShapesAreClearErrors)
     Param& page = define(kOfxParamTypePage, "P");
     Param& s = define(kOfxParamTypeString, "S");
     const std::vector<std::pair<Param*, std::string>> bad = {
-        {&d, "abc"},   {&d, "1.5"},  {&d, "nan"},     {&d, ""},    {&rgba, "1,2,3"}, {&rgba, "1,2,3,4,5"},
-        {&rgba, "1,,2,3"}, {&i, "1.5"}, {&i, "99999999999"}, {&b, "maybe"}, {&c, "2"},  {&c, "red"},
-        {&c, "Blue"},  {&page, "x"}, {&s, "@/no/such/file"}};
+        {&d, "abc"},       {&d, "1.5"},  {&d, "nan"},           {&d, ""},      {&rgba, "1,2,3"}, {&rgba, "1,2,3,4,5"},
+        {&rgba, "1,,2,3"}, {&i, "1.5"},  {&i, "99999999999"},   {&b, "maybe"}, {&c, "2"},        {&c, "red"},
+        {&c, "Blue"},      {&page, "x"}, {&s, "@/no/such/file"}};
     for (const auto& [param, text] : bad) {
         try {
             parseParamText(*param, text);
@@ -109,8 +104,7 @@ TEST_F(ParamTextTest, WrongShapesAreClearErrors)
     }
 }
 
-TEST(Json, WritesValidCompactAndIndentedText)
-{
+TEST(Json, WritesValidCompactAndIndentedText) {
     Json j = Json::object();
     j.set("s", "a\"b\\c\n\x01");
     j.set("n", 0.1);
@@ -119,14 +113,12 @@ TEST(Json, WritesValidCompactAndIndentedText)
     j.set("z", Json());
     j.set("l", Json::numbers({1, 2.5}));
     j.set("e", Json::array());
-    EXPECT_EQ(j.dump(false),
-              R"({"s":"a\"b\\c\n\u0001","n":0.1,"i":3,"b":false,"z":null,"l":[1,2.5],"e":[]})");
+    EXPECT_EQ(j.dump(false), R"({"s":"a\"b\\c\n\u0001","n":0.1,"i":3,"b":false,"z":null,"l":[1,2.5],"e":[]})");
     EXPECT_EQ(Json(1.0 / 0.0).dump(false), "null");
     EXPECT_EQ(Json::strings({"x"}).dump(true), "[\n  \"x\"\n]\n");
 }
 
-TEST(Json, ReadsWhatItWritesAndNamesTheFault)
-{
+TEST(Json, ReadsWhatItWritesAndNamesTheFault) {
     const std::string text = R"({"s":"a\"b\u00e9\ud83d\ude00","n":-1.5e2,"l":[true,null,{}],"e":[]})";
     const Json j = Json::parse(text, "in.json");
     EXPECT_EQ(*j.find("s")->string(), "a\"b\u00e9\U0001F600");
@@ -147,8 +139,7 @@ TEST(Json, ReadsWhatItWritesAndNamesTheFault)
     EXPECT_THROW(Json::parse(std::string(100, '[') + std::string(100, ']'), "deep"), Error);
 }
 
-TEST(Uplift, KeysAsDoublesOrHexBytes)
-{
+TEST(Uplift, KeysAsDoublesOrHexBytes) {
     const UpliftData d = parseUplift(
         R"({"keys":[{"time":0,"doubles":[0.5]},{"time":10,"interpolation":"OfxTalvoKeyframeInterpolationHold",)"
         R"("hex":"000000000000F03f"}],"state":{"hex":"0a0B"}})",
@@ -169,13 +160,36 @@ TEST(Uplift, KeysAsDoublesOrHexBytes)
         EXPECT_THROW(parseUplift(bad, "keys.json"), Error) << bad;
 }
 
-TEST(CommandLine, ParsesRenderOptions)
-{
-    const auto o = ofxcli::parseCommandLine({"render", "invert", "-i", "a.png", "-i", "SourceTo=b.png", "-o",
-                                             "out.#.exr", "--set", "Gain=1", "--depth=float", "--order", "bgra",
-                                             "--size", "64x32", "--frames", "1-3", "--threads", "2",
-                                             "--render-scale", "0.5", "--quality", "draft", "--host-name", "h",
-                                             "--host-version", "17.2", "--row-padding", "8",
+TEST(CommandLine, ParsesRenderOptions) {
+    const auto o = ofxcli::parseCommandLine({"render",
+                                             "invert",
+                                             "-i",
+                                             "a.png",
+                                             "-i",
+                                             "SourceTo=b.png",
+                                             "-o",
+                                             "out.#.exr",
+                                             "--set",
+                                             "Gain=1",
+                                             "--depth=float",
+                                             "--order",
+                                             "bgra",
+                                             "--size",
+                                             "64x32",
+                                             "--frames",
+                                             "1-3",
+                                             "--threads",
+                                             "2",
+                                             "--render-scale",
+                                             "0.5",
+                                             "--quality",
+                                             "draft",
+                                             "--host-name",
+                                             "h",
+                                             "--host-version",
+                                             "17.2",
+                                             "--row-padding",
+                                             "8",
                                              "--negative-row-bytes"});
     EXPECT_EQ(o.command, "render");
     EXPECT_EQ(o.plugin, "invert");
@@ -190,8 +204,7 @@ TEST(CommandLine, ParsesRenderOptions)
     EXPECT_EQ(o.layout, (Layout{8, true}));
 }
 
-TEST(CommandLine, EachMistakeIsNamed)
-{
+TEST(CommandLine, EachMistakeIsNamed) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{}, "ofxrender"},
         {{"paint"}, "paint"},

@@ -25,14 +25,12 @@ struct Seen {
     std::atomic<int> mismatches{0};
 };
 
-void record(unsigned index, unsigned count, void* arg)
-{
+void record(unsigned index, unsigned count, void* arg) {
     auto* seen = static_cast<Seen*>(arg);
     const OfxMultiThreadSuiteV1* mt = suites::multiThread();
     unsigned reported = 999;
     mt->multiThreadIndex(&reported);
-    if (reported != index || !mt->multiThreadIsSpawnedThread())
-        ++seen->mismatches;
+    if (reported != index || !mt->multiThreadIsSpawnedThread()) ++seen->mismatches;
     std::lock_guard lock(seen->mutex);
     seen->indexes.push_back(index);
     seen->counts.push_back(count);
@@ -46,8 +44,7 @@ protected:
     const OfxMultiThreadSuiteV1* mt = suites::multiThread();
 };
 
-TEST_F(MultiThreadSuiteTest, RunsEachIndexOnItsOwnWorkerCappedByThePool)
-{
+TEST_F(MultiThreadSuiteTest, RunsEachIndexOnItsOwnWorkerCappedByThePool) {
     unsigned n = 0;
     ASSERT_EQ(mt->multiThreadNumCPUs(&n), kOfxStatOK);
     EXPECT_EQ(n, 4u);
@@ -65,8 +62,7 @@ TEST_F(MultiThreadSuiteTest, RunsEachIndexOnItsOwnWorkerCappedByThePool)
     }
 }
 
-TEST_F(MultiThreadSuiteTest, CallerIsNotASpawnedThread)
-{
+TEST_F(MultiThreadSuiteTest, CallerIsNotASpawnedThread) {
     unsigned index = 7;
     EXPECT_EQ(mt->multiThreadIndex(&index), kOfxStatOK);
     EXPECT_EQ(index, 0u);
@@ -75,8 +71,7 @@ TEST_F(MultiThreadSuiteTest, CallerIsNotASpawnedThread)
     EXPECT_EQ(mt->multiThreadNumCPUs(nullptr), kOfxStatErrValue);
 }
 
-void nested(unsigned index, unsigned, void* arg)
-{
+void nested(unsigned index, unsigned, void* arg) {
     auto* seen = static_cast<Seen*>(arg);
     // A nested run happens on this worker, as index 0 of 1.
     Seen inner;
@@ -88,20 +83,17 @@ void nested(unsigned index, unsigned, void* arg)
         ++seen->mismatches;
     unsigned after = 99;
     suites::multiThread()->multiThreadIndex(&after);
-    if (after != index)
-        ++seen->mismatches;
+    if (after != index) ++seen->mismatches;
 }
 
-TEST_F(MultiThreadSuiteTest, NestedRunsInlineAndRestoresTheIndex)
-{
+TEST_F(MultiThreadSuiteTest, NestedRunsInlineAndRestoresTheIndex) {
     Seen seen;
     ASSERT_EQ(mt->multiThread(nested, 3, &seen), kOfxStatOK);
     EXPECT_EQ(seen.indexes.size(), 3u);
     EXPECT_EQ(seen.mismatches, 0);
 }
 
-TEST_F(MultiThreadSuiteTest, ConcurrentRunsFromSeveralCallers)
-{
+TEST_F(MultiThreadSuiteTest, ConcurrentRunsFromSeveralCallers) {
     std::vector<std::thread> callers;
     std::atomic<int> wrong{0};
     for (int c = 0; c < 3; ++c)
@@ -109,18 +101,15 @@ TEST_F(MultiThreadSuiteTest, ConcurrentRunsFromSeveralCallers)
             CallScope s(CallContext{host.get(), nullptr, nullptr});
             for (int k = 0; k < 50; ++k) {
                 Seen seen;
-                if (mt->multiThread(record, 2, &seen) != kOfxStatOK || seen.indexes.size() != 2 ||
-                    seen.mismatches != 0)
+                if (mt->multiThread(record, 2, &seen) != kOfxStatOK || seen.indexes.size() != 2 || seen.mismatches != 0)
                     ++wrong;
             }
         });
-    for (auto& t : callers)
-        t.join();
+    for (auto& t : callers) t.join();
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(HostMutex, RecursiveOwnedAndValidated)
-{
+TEST(HostMutex, RecursiveOwnedAndValidated) {
     const OfxMultiThreadSuiteV1* mt = suites::multiThread();
     OfxMutexHandle m = nullptr;
     ASSERT_EQ(mt->mutexCreate(&m, 1), kOfxStatOK);
@@ -147,8 +136,7 @@ TEST(HostMutex, RecursiveOwnedAndValidated)
     EXPECT_EQ(mt->mutexCreate(&m, -1), kOfxStatErrValue);
 }
 
-TEST(HostMutex, ExcludesAcrossPoolThreads)
-{
+TEST(HostMutex, ExcludesAcrossPoolThreads) {
     auto host = hosttest::quietHost(4u);
     CallScope scope(CallContext{host.get(), nullptr, nullptr});
     const OfxMultiThreadSuiteV1* mt = suites::multiThread();
@@ -170,8 +158,7 @@ TEST(HostMutex, ExcludesAcrossPoolThreads)
     mt->mutexDestroy(shared.m);
 }
 
-TEST(ThreadPool, RunOfNothingAndIndexesOffThePool)
-{
+TEST(ThreadPool, RunOfNothingAndIndexesOffThePool) {
     ThreadPool pool(2);
     EXPECT_EQ(pool.run([](unsigned, unsigned) {}, 0), 0u);
     EXPECT_FALSE(ThreadPool::onWorker());

@@ -113,8 +113,8 @@ TEST(QzGetSubPixel, SafeFormAtTheEdgesAndOutside) {
     f.at(1, 0, 3) = 1.0f;
     f.at(1, 1, 3) = 2.0f;
     tQZPIXEL128 o{};
-    ASSERT_EQ(QzGetSubPixel128Safe(&o, reinterpret_cast<const uint8_t*>(f.px.data()), 2, 2, f.stride(),
-                                   kOne + 100, kOne / 4),
-              1);
+    ASSERT_EQ(
+        QzGetSubPixel128Safe(&o, reinterpret_cast<const uint8_t*>(f.px.data()), 2, 2, f.stride(), kOne + 100, kOne / 4),
+        1);
     EXPECT_FLOAT_EQ(o.a, 1.25f);
 }

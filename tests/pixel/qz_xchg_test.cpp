@@ -163,7 +163,7 @@ TEST(QzXchgPixels, GreyAndPaletteTypesPackFirstPixelHigh) {
     const uint8_t grey4 = 0xA5;
     auto g4 = exchange(19, 31, 3);
     EXPECT_EQ(read<tQZPIXEL64>(*g4, &grey4, 0), (tQZPIXEL64{43690, 43690, 43690, 65535}));  // 10 * 17 * 257
-    EXPECT_EQ(read<tQZPIXEL64>(*g4, &grey4, 1).b, 21845u);                                   // 5 * 17 * 257
+    EXPECT_EQ(read<tQZPIXEL64>(*g4, &grey4, 1).b, 21845u);                                  // 5 * 17 * 257
 
     auto pal = exchange(23, 28, 3);
     const RGBQUAD entries[3] = {{0, 0, 0, 0}, {1, 2, 3, 0}, {40, 50, 60, 0}};

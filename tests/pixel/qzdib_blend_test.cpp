@@ -104,8 +104,7 @@ TEST(QzDibRelativeAlphaValueBlend, MisuseLeavesTheDestination) {
     Px d{1, 2, 3, 4}, s{9, 9, 9, 255};
     RECT b{0, 0, 1, 1}, wide{0, 0, 2, 1};
     EXPECT_EQ(QzDibRelativeAlphaValueBlend(d.data(), &b, 4, nullptr, nullptr, &b, 4, nullptr, 4, 1.0), E_POINTER);
-    EXPECT_EQ(QzDibRelativeAlphaValueBlend(d.data(), nullptr, 4, nullptr, s.data(), &b, 4, nullptr, 4, 1.0),
-              E_POINTER);
+    EXPECT_EQ(QzDibRelativeAlphaValueBlend(d.data(), nullptr, 4, nullptr, s.data(), &b, 4, nullptr, 4, 1.0), E_POINTER);
     EXPECT_EQ(QzDibRelativeAlphaValueBlend(d.data(), &b, 4, &b, s.data(), &b, 4, &wide, 4, 1.0), E_INVALIDARG);
     EXPECT_EQ(d, (Px{1, 2, 3, 4}));
 }

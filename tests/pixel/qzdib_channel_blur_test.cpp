@@ -9,8 +9,8 @@ using qztest::Image;
 
 template <typename T>
 HRESULT channelBlur(Image<T>& dst, const Image<T>& src, double reduction) {
-    return QzDibChannelBlur(dst.px.data(), &dst.bounds, dst.stride(), nullptr, src.px.data(), &src.bounds,
-                            src.stride(), nullptr, Image<T>::bpp, reduction);
+    return QzDibChannelBlur(dst.px.data(), &dst.bounds, dst.stride(), nullptr, src.px.data(), &src.bounds, src.stride(),
+                            nullptr, Image<T>::bpp, reduction);
 }
 
 }  // namespace
@@ -44,8 +44,8 @@ TEST(QzDibChannelBlur, NoReductionCopiesAlphaExactly) {
 
 TEST(QzDibChannelBlur, MisuseLeavesTheDestination) {
     Image<uint8_t> src(2, 2, 5), dst(2, 2, 9);
-    EXPECT_EQ(QzDibChannelBlur(dst.px.data(), &dst.bounds, dst.stride(), nullptr, nullptr, &src.bounds,
-                               src.stride(), nullptr, 4, 0.5),
+    EXPECT_EQ(QzDibChannelBlur(dst.px.data(), &dst.bounds, dst.stride(), nullptr, nullptr, &src.bounds, src.stride(),
+                               nullptr, 4, 0.5),
               E_POINTER);
     const RECT empty{1, 1, 1, 1};
     EXPECT_EQ(QzDibChannelBlur(dst.px.data(), &dst.bounds, dst.stride(), &empty, src.px.data(), &src.bounds,

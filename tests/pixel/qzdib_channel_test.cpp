@@ -92,8 +92,7 @@ TEST(QzDibChannelCallbacks, CalledOncePerClippedPixelAtTheChannels) {
 TEST(QzDibChannelOps, MisuseWritesNothing) {
     Px2 d{1, 2, 3, 4, 5, 6, 7, 8}, s{};
     int calls = 0;
-    EXPECT_EQ(QzDibCustomBlend(d.data(), &two, 8, nullptr, s.data(), &two, 8, nullptr, 4, nullptr, nullptr),
-              E_POINTER);
+    EXPECT_EQ(QzDibCustomBlend(d.data(), &two, 8, nullptr, s.data(), &two, 8, nullptr, 4, nullptr, nullptr), E_POINTER);
     EXPECT_EQ(QzDibCustomBlend(d.data(), &two, 16, nullptr, s.data(), &two, 16, nullptr, 8, swapEnds, &calls),
               E_NOTIMPL);
     EXPECT_EQ(QzDibChannelOp(d.data(), &two, 8, nullptr, 0, s.data(), &two, 8, nullptr, 0, 4, nullptr, nullptr),
@@ -101,8 +100,7 @@ TEST(QzDibChannelOps, MisuseWritesNothing) {
     EXPECT_EQ(QzDibChannelInPlaceOp(d.data(), &two, 8, nullptr, 4, 0, nullptr, nullptr), E_POINTER);
     EXPECT_EQ(QzDibChannelInPlaceOp(d.data(), nullptr, 8, nullptr, 4, 0, invert, &calls), E_POINTER);
     EXPECT_EQ(QzDibChannelSet(d.data(), nullptr, 8, nullptr, 4, 0, 1.0), E_POINTER);
-    EXPECT_EQ(QzDibChannelCopyUnscaled(d.data(), &two, 8, nullptr, 0, s.data(), &one, 4, nullptr, 0, 4),
-              E_INVALIDARG);
+    EXPECT_EQ(QzDibChannelCopyUnscaled(d.data(), &two, 8, nullptr, 0, s.data(), &one, 4, nullptr, 0, 4), E_INVALIDARG);
     EXPECT_EQ(calls, 0);
     EXPECT_EQ(d, (Px2{1, 2, 3, 4, 5, 6, 7, 8}));
 }

@@ -61,20 +61,20 @@ TEST(QzDibCompositeModes, EachModeOnBytesFloatsAndTheExchange) {
     const Px sb{60, 100, 0, 128}, db{40, 150, 30, 200};
     const Pf sf{0.25f, 0.5f, 0.0f, 0.5f}, df{0.5f, 0.25f, 0.75f, 0.75f};
     const std::array<std::pair<Px, Pf>, QZCOMPOSITE_MODES> expected{{
-        {{79, 174, 14, 227}, {0.5f, 0.625f, 0.375f, 0.875f}},        // over
-        {{52, 171, 30, 227}, {0.5625f, 0.375f, 0.75f, 0.875f}},      // under
-        {{47, 78, 0, 100}, {0.1875f, 0.375f, 0.0f, 0.375f}},         // in
-        {{12, 21, 0, 27}, {0.0625f, 0.125f, 0.0f, 0.125f}},          // out
-        {{66, 153, 14, 200}, {0.4375f, 0.5f, 0.375f, 0.75f}},        // atop
-        {{32, 96, 14, 127}, {0.3125f, 0.25f, 0.375f, 0.5f}},         // xor
-        {{100, 250, 30, 255}, {0.75f, 0.75f, 0.75f, 1.0f}},          // plus
-        {{42, 155, 14, 227}, {0.4375f, 0.375f, 0.375f, 0.875f}},     // multiply
-        {{90, 191, 30, 227}, {0.625f, 0.625f, 0.75f, 0.875f}},       // screen
-        {{51, 185, 14, 227}, {0.5625f, 0.5f, 0.75f, 0.875f}},        // overlay
-        {{52, 171, 14, 227}, {0.5f, 0.375f, 0.375f, 0.875f}},        // darken
-        {{79, 174, 30, 227}, {0.5625f, 0.625f, 0.75f, 0.875f}},      // lighten
-        {{59, 99, 30, 227}, {0.375f, 0.5f, 0.75f, 0.875f}},          // difference
-        {{0, 50, 30, 200}, {0.25f, 0.0f, 0.75f, 0.75f}},             // subtract
+        {{79, 174, 14, 227}, {0.5f, 0.625f, 0.375f, 0.875f}},     // over
+        {{52, 171, 30, 227}, {0.5625f, 0.375f, 0.75f, 0.875f}},   // under
+        {{47, 78, 0, 100}, {0.1875f, 0.375f, 0.0f, 0.375f}},      // in
+        {{12, 21, 0, 27}, {0.0625f, 0.125f, 0.0f, 0.125f}},       // out
+        {{66, 153, 14, 200}, {0.4375f, 0.5f, 0.375f, 0.75f}},     // atop
+        {{32, 96, 14, 127}, {0.3125f, 0.25f, 0.375f, 0.5f}},      // xor
+        {{100, 250, 30, 255}, {0.75f, 0.75f, 0.75f, 1.0f}},       // plus
+        {{42, 155, 14, 227}, {0.4375f, 0.375f, 0.375f, 0.875f}},  // multiply
+        {{90, 191, 30, 227}, {0.625f, 0.625f, 0.75f, 0.875f}},    // screen
+        {{51, 185, 14, 227}, {0.5625f, 0.5f, 0.75f, 0.875f}},     // overlay
+        {{52, 171, 14, 227}, {0.5f, 0.375f, 0.375f, 0.875f}},     // darken
+        {{79, 174, 30, 227}, {0.5625f, 0.625f, 0.75f, 0.875f}},   // lighten
+        {{59, 99, 30, 227}, {0.375f, 0.5f, 0.75f, 0.875f}},       // difference
+        {{0, 50, 30, 200}, {0.25f, 0.0f, 0.75f, 0.75f}},          // subtract
     }};
     auto bytes = std::make_unique<QzXCHG>(), floats = std::make_unique<QzXCHG>();
     for (uint32_t m = 0; m < QZCOMPOSITE_MODES; ++m) {
@@ -173,9 +173,9 @@ TEST(QzDibCompositeSP, HalfPixelEdgesTakeHalfWeight) {
     qztest::Image<uint8_t> d(4, 1, 0), s(3, 1, 0);
     for (int32_t x = 0; x < 3; ++x)
         for (int c = 0; c < 4; ++c) s.at(x, 0, c) = static_cast<uint8_t>(100 * (c % 2) + 100);
-    ASSERT_EQ(QzDibCompositeSP(d.px.data(), &dstSize, d.stride(), &dr, s.px.data(), &srcSize, s.stride(), nullptr, 4,
-                               &over),
-              S_OK);
+    ASSERT_EQ(
+        QzDibCompositeSP(d.px.data(), &dstSize, d.stride(), &dr, s.px.data(), &srcSize, s.stride(), nullptr, 4, &over),
+        S_OK);
     EXPECT_EQ(d.px, (std::vector<uint8_t>{50, 100, 50, 100, 100, 200, 100, 200, 100, 200, 100, 200, 50, 100, 50, 100}));
     // Under one source pixel scales nothing.
     const RECT sliver{0, 0, QZ_SUBPIXEL_ONE / 2, QZ_SUBPIXEL_ONE};

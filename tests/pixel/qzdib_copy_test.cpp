@@ -20,8 +20,8 @@ Prepared prepare(RECT dstBounds, const RECT* dstRect, RECT srcBounds, const RECT
     auto* base = reinterpret_cast<uint8_t*>(0x10000);
     int32_t w = -1, h = -1;
     uint8_t *s = base, *d = base;
-    const HRESULT hr = QzDibPrepareCopy(&w, &h, &s, &d, base, &dstBounds, stride, dstRect, base, &srcBounds, stride,
-                                        srcRect, 4);
+    const HRESULT hr =
+        QzDibPrepareCopy(&w, &h, &s, &d, base, &dstBounds, stride, dstRect, base, &srcBounds, stride, srcRect, 4);
     return Prepared{hr, w, h, s ? s - base : -1, d ? d - base : -1};
 }
 

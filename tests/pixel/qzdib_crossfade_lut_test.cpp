@@ -101,9 +101,9 @@ TEST(QzDibSingleLUT, FloatIndicesTruncate) {
 TEST(QzDibPerChannelLUT, NullTablesLeaveTheirChannels) {
     const Tables t;
     Px px{10, 20, 30, 40};
-    ASSERT_EQ(QzDibPerChannelLUT(px.data(), &one, 4, nullptr, 4, nullptr, nullptr, t.inverse8.data(),
-                                 t.inverse8.data(), 1),
-              S_OK);
+    ASSERT_EQ(
+        QzDibPerChannelLUT(px.data(), &one, 4, nullptr, 4, nullptr, nullptr, t.inverse8.data(), t.inverse8.data(), 1),
+        S_OK);
     EXPECT_EQ(px, (Px{10, 20, 225, 215}));
     ASSERT_EQ(QzDibPerChannelLUT(px.data(), &one, 4, nullptr, 4, nullptr, nullptr, nullptr, nullptr, 1), S_OK);
     EXPECT_EQ(px, (Px{10, 20, 225, 215}));

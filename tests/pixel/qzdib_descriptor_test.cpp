@@ -45,7 +45,6 @@ TEST(QzDibInfo, FillsTheHeaderFields) {
     EXPECT_EQ(img, 48u);
     EXPECT_EQ(hdr, 40u);
 
-
     // Planar types take their plane sizes and their FourCC.
     ASSERT_EQ(QzDibInfo(nullptr, &img, &b.h, QzPixelI420, 4, 4, nullptr, 0), S_OK);
     const BITMAPINFOHEADER yuv{40, 4, 4, 1, 12, QZ_FOURCC('I', '4', '2', '0'), 24, 0, 77, 0, 0};
@@ -144,14 +143,11 @@ TEST(QzYUVImageBytesAndOffsets, UsualLayoutsOfEachFourCC) {
         std::array<uint32_t, 3> offsets;
     };
     const Case cases[] = {
-        {QzPixelI420, 4, 4, 24, {0, 16, 20}},
-        {QzPixelI420, 5, 3, 27, {0, 15, 21}},  // chroma 3 x 2, rounded up
-        {QzPixelNV12, 4, 2, 12, {0, 8, 0}},
-        {QzPixelY41B, 8, 1, 12, {0, 8, 10}},
-        {QzPixelUYVY, 3, 2, 16, {0, 0, 0}},  // pixel pairs: width 4
+        {QzPixelI420, 4, 4, 24, {0, 16, 20}}, {QzPixelI420, 5, 3, 27, {0, 15, 21}},  // chroma 3 x 2, rounded up
+        {QzPixelNV12, 4, 2, 12, {0, 8, 0}},   {QzPixelY41B, 8, 1, 12, {0, 8, 10}},
+        {QzPixelUYVY, 3, 2, 16, {0, 0, 0}},    // pixel pairs: width 4
         {QzPixelv210, 49, 1, 256, {0, 0, 0}},  // rows of 128-byte groups
-        {QzPixelP010, 4, 2, 24, {0, 16, 0}},
-        {QzPixelPL10, 4, 2, 24, {0, 16, 20}},
+        {QzPixelP010, 4, 2, 24, {0, 16, 0}},  {QzPixelPL10, 4, 2, 24, {0, 16, 20}},
         {QzPixelA410, 2, 1, 16, {0, 4, 12}},
     };
     for (const Case& c : cases) {

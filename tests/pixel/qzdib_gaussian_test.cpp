@@ -77,8 +77,8 @@ TEST(QzDibGaussianBlur, OnePixelWideAndInPlace) {
 
 TEST(QzDibGaussianBlur, RectanglesAndStatuses) {
     Image<uint8_t> src(8, 8, 100), dst(8, 8, 7);
-    EXPECT_EQ(QzDibGaussianBlur(dst.px.data(), nullptr, dst.stride(), nullptr, src.px.data(), &src.bounds,
-                                src.stride(), nullptr, 1, 1, 4),
+    EXPECT_EQ(QzDibGaussianBlur(dst.px.data(), nullptr, dst.stride(), nullptr, src.px.data(), &src.bounds, src.stride(),
+                                nullptr, 1, 1, 4),
               E_POINTER);
     const RECT outside{8, 0, 10, 2};
     EXPECT_EQ(QzDibGaussianBlur(dst.px.data(), &dst.bounds, dst.stride(), &outside, src.px.data(), &src.bounds,
@@ -120,8 +120,8 @@ TEST(QzDibGaussianChannelBlur, OtherChannelsStay) {
 
     Image<float> fsrc(4, 4, 0.5f), fdst(4, 4, 2.0f);
     ASSERT_EQ(QzDibGaussianChannelToChannelBlur(fdst.px.data(), &fdst.bounds, fdst.stride(), nullptr, QzChannelRed,
-                                                fsrc.px.data(), &fsrc.bounds, fsrc.stride(), nullptr, QzChannelBlue,
-                                                3, 3, 16),
+                                                fsrc.px.data(), &fsrc.bounds, fsrc.stride(), nullptr, QzChannelBlue, 3,
+                                                3, 16),
               S_OK);
     EXPECT_NEAR(fdst.at(1, 1, 2), 0.5f, 1e-3f);
     EXPECT_EQ(fdst.at(1, 1, 0), 2.0f);
@@ -193,20 +193,22 @@ TEST(QzDibGaussianBlur, VectorFormMatchesPlainFormToTheBit) {
             const auto whole = [&](auto& d, const auto& s) { return blur(d, s, r.h, r.v); };
             expectFormsAgree(bytes, uint8_t{0}, whole, "bytes");
             expectFormsAgree(floats, 0.0f, whole, "floats");
-            expectFormsAgree(bytes, 0.0f, [&](auto& d, const auto& s) { return blurFloat(d, s, r.h, r.v); },
-                             "bytes to floats");
-            expectFormsAgree(bytes, uint8_t{0},
-                             [&](auto& d, const auto& s) {
-                                 d.px = s.px;
-                                 return blur(d, d, r.h, r.v);
-                             },
-                             "bytes in place");
-            expectFormsAgree(floats, 7.0f,
-                             [&](auto& d, const auto& s) {
-                                 return QzDibGaussianBlur(d.px.data(), &d.bounds, d.stride(), &inner, s.px.data(),
-                                                          &s.bounds, s.stride(), &inner, r.h, r.v, 16);
-                             },
-                             "floats in a rectangle");
+            expectFormsAgree(
+                bytes, 0.0f, [&](auto& d, const auto& s) { return blurFloat(d, s, r.h, r.v); }, "bytes to floats");
+            expectFormsAgree(
+                bytes, uint8_t{0},
+                [&](auto& d, const auto& s) {
+                    d.px = s.px;
+                    return blur(d, d, r.h, r.v);
+                },
+                "bytes in place");
+            expectFormsAgree(
+                floats, 7.0f,
+                [&](auto& d, const auto& s) {
+                    return QzDibGaussianBlur(d.px.data(), &d.bounds, d.stride(), &inner, s.px.data(), &s.bounds,
+                                             s.stride(), &inner, r.h, r.v, 16);
+                },
+                "floats in a rectangle");
         }
     }
 }
@@ -217,7 +219,8 @@ TEST(QzDibGaussianBlur, VectorFormCarriesNaNLikeThePlainForm) {
     if (!qz::gaussianVectorSelected()) GTEST_SKIP() << "this processor has no vector form";
     Image<float> src(19, 11, 0.25f);
     src.at(9, 5, 2) = std::numeric_limits<float>::quiet_NaN();
-    expectFormsAgree(src, 0.0f, [](auto& d, const auto& s) { return blur(d, s, 3.0, 3.0); }, "floats");
+    expectFormsAgree(
+        src, 0.0f, [](auto& d, const auto& s) { return blur(d, s, 3.0, 3.0); }, "floats");
     Image<float> dst(19, 11, 0.0f);
     ASSERT_EQ(blur(dst, src, 3.0, 3.0), S_OK);
     EXPECT_TRUE(std::isnan(dst.at(9, 5, 2)));

@@ -51,8 +51,7 @@ TEST(QzDibOver, MatteIsTakenOutAndClamped) {
     // A float matte is held to the unit range.
     const double unit[3] = {0.5, -1.0, 2.0};  // held to 0.5, 0, 1
     // 0.25 + 0.75 - 0.5 + 0.25 * 0.5; 0.5 + 0.25 - 0 - 0.5 * 0.5; 0 + 1 - 1 + 1 * 0.5.
-    EXPECT_EQ(over(Pf{0.25f, 0.5f, 0.0f, 0.25f}, Pf{0.75f, 0.25f, 1.0f, 0.5f}, unit),
-              (Pf{0.625f, 0.5f, 0.5f, 0.25f}));
+    EXPECT_EQ(over(Pf{0.25f, 0.5f, 0.0f, 0.25f}, Pf{0.75f, 0.25f, 1.0f, 0.5f}, unit), (Pf{0.625f, 0.5f, 0.5f, 0.25f}));
     // 1.5 clamps to 1, -1 to 0.
     EXPECT_EQ(over(Pf{1.0f, 0.0f, 0.0f, 0.75f}, Pf{1.0f, 0.0f, 0.0f, 0.0f}, unit), (Pf{1.0f, 0.0f, 0.0f, 0.75f}));
 }

@@ -59,8 +59,7 @@ TEST(QzPixelTypeToBitAttribs, BuildsDescriptorsThatReadBack) {
     for (QzPixelType t : {16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 34, 64, 68, 78}) {
         Desc d;
         d.h.biSize = 40;
-        const int32_t bits =
-            QzPixelTypeToBitAttribs(t, &d.h.biCompression, nullptr, 0, d.masks);
+        const int32_t bits = QzPixelTypeToBitAttribs(t, &d.h.biCompression, nullptr, 0, d.masks);
         ASSERT_GT(bits, 0) << t;
         d.h.biBitCount = static_cast<uint16_t>(bits);
         const QzPixelType expected = t == QzPixelRGB10Alt ? QzPixelRGB10 : t;

@@ -156,9 +156,9 @@ TEST(DibPreparePluginParam, FirstRowIsTheLowestInMemory) {
     BITMAPINFOHEADER h = header(QzPixelRGB32, 4, 3);
     QzDibPluginParam param{};
     const RECT topRow{1, 0, 3, 1};
-    ASSERT_EQ(DibPreparePluginParam(&param, &h, bits.data(), &topRow, 0, &h, bits.data(), &topRow, 0, 0, nullptr,
-                                    nullptr),
-              S_OK);
+    ASSERT_EQ(
+        DibPreparePluginParam(&param, &h, bits.data(), &topRow, 0, &h, bits.data(), &topRow, 0, 0, nullptr, nullptr),
+        S_OK);
     EXPECT_EQ(param.dst.firstRow - bits.data(), 2 * 16) << "image row 0 is the last row stored";
     EXPECT_EQ(param.dst.bitOffset, 32);
     EXPECT_EQ(param.dst.width, 2);

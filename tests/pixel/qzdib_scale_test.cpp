@@ -125,9 +125,9 @@ TEST(QzDibScale, FractionalCopiesBlendTheirEdgePixels) {
     src.put<Bgra>(1, 0, Bgra{200, 200, 200, 255});
     for (int32_t x = 0; x < 3; ++x) dst.put<Bgra>(x, 0, Bgra{100, 100, 100, 99});
     const RECT shifted{8192, 0, 8192 + 2 * 16384, 16384};
-    ASSERT_EQ(QzDibCopy(dst.header(), nullptr, &shifted, 0, src.header(), nullptr, nullptr, 0, 3 | QZCOPY_SUBPIXEL,
-                        0, 0),
-              S_OK);
+    ASSERT_EQ(
+        QzDibCopy(dst.header(), nullptr, &shifted, 0, src.header(), nullptr, nullptr, 0, 3 | QZCOPY_SUBPIXEL, 0, 0),
+        S_OK);
     EXPECT_EQ(dst.get<Bgra>(0, 0), (Bgra{50, 50, 50, 177}));
     EXPECT_EQ(dst.get<Bgra>(1, 0), (Bgra{100, 100, 100, 255}));
     EXPECT_EQ(dst.get<Bgra>(2, 0), (Bgra{150, 150, 150, 177}));

@@ -61,9 +61,9 @@ TEST(QzDibLinearize, WrongTypesAndSizesLeaveTheImage) {
     EXPECT_EQ(linearize(dst, src, 6), E_INVALIDARG) << "no such curve";
     EXPECT_EQ(linearize(dst, src, 0, 0.0, &outside, &outside), S_OK);
     EXPECT_EQ(dst.image(), before);
-    EXPECT_EQ(QzDibLinearize_QZRGBAFLOAT_From_RGBA(nullptr, nullptr, nullptr, 0, src.header(), nullptr, nullptr, 0,
-                                                   0, 0.0),
-              E_POINTER);
+    EXPECT_EQ(
+        QzDibLinearize_QZRGBAFLOAT_From_RGBA(nullptr, nullptr, nullptr, 0, src.header(), nullptr, nullptr, 0, 0, 0.0),
+        E_POINTER);
 }
 
 // Encodes one float pixel of four equal channels.
@@ -91,7 +91,7 @@ TEST(QzDibApplyTransferFunc, TableModeQuantizesTo256Levels) {
     // 0.5 and 0.501 both index trunc(c * 255) = 127, the entry of 127 / 255.
     EXPECT_EQ(encoded(QzTransferGamma22, 0.5f, true), 0.7307496070861816f);
     EXPECT_EQ(encoded(QzTransferGamma22, 0.501f, true), 0.7307496070861816f);
-    EXPECT_FLOAT_EQ(encoded(QzTransferRec709, 0.01f, true), 0.03529411926865578f);  // index 2
+    EXPECT_FLOAT_EQ(encoded(QzTransferRec709, 0.01f, true), 0.03529411926865578f);     // index 2
     EXPECT_FLOAT_EQ(encoded(QzTransferPower, 0.25f, true, 0.5), 0.0610380619764328f);  // index 63
     // The index is clamped, so out-of-range values take the end entries.
     EXPECT_EQ(encoded(QzTransferGamma22, 2.0f, true), 1.0f);

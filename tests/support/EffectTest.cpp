@@ -78,8 +78,8 @@ void expectFourVariants(ofxhost::Instance& instance, const References& reference
     for (const Variant& variant : kAllVariants) {
         const ofxhost::ImageBuffer out = renderVariant(instance, variant);
         const bool bytes = variant.depth == ofxhost::Depth::Byte;
-        const std::string diff = firstDifference(out, bytes ? references.bytes : references.floats,
-                                                 bytes ? 0.0f : floatTolerance);
+        const std::string diff =
+            firstDifference(out, bytes ? references.bytes : references.floats, bytes ? 0.0f : floatTolerance);
         EXPECT_EQ(diff, "") << variantName(variant);
     }
 }
@@ -87,8 +87,7 @@ void expectFourVariants(ofxhost::Instance& instance, const References& reference
 void expectOnePicture(ofxhost::Instance& instance, ofxhost::Depth depth, const std::string& what) {
     const ofxhost::ImageBuffer rgba = renderVariant(instance, {depth, ofxhost::PixelOrder::RGBA});
     const ofxhost::ImageBuffer bgra = renderVariant(instance, {depth, ofxhost::PixelOrder::BGRA});
-    EXPECT_EQ(firstDifference(bgra, rgba), "") << what << " in " << ofxhost::depthName(depth)
-                                               << ": BGRA against RGBA";
+    EXPECT_EQ(firstDifference(bgra, rgba), "") << what << " in " << ofxhost::depthName(depth) << ": BGRA against RGBA";
 }
 
 Rgba pixelAt(const ofxhost::ImageBuffer& image, int x, int y) {

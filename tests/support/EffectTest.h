@@ -80,8 +80,8 @@ ofxhost::ImageBuffer rowImage(const std::vector<Rgba>& pixels, ofxhost::Depth de
 // One row of an effect's parameter table, as `ofxrender describe` shows it.
 struct ParamRow {
     std::string name, label, scriptName;
-    std::string type;          // without the prefix: "Double", "Group", "PushButton", ...
-    std::string defaultValue;  // one-line JSON: "1", "[0.5,0.5,0]", "true", "null"
+    std::string type;             // without the prefix: "Double", "Group", "PushButton", ...
+    std::string defaultValue;     // one-line JSON: "1", "[0.5,0.5,0]", "true", "null"
     std::vector<double> range;    // {min, max}, per dimension; empty where the type has none
     std::vector<double> display;  // {displayMin, displayMax}, likewise
     std::optional<double> increment;

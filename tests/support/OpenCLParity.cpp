@@ -47,13 +47,26 @@ bool bothNaN(float a, float b) { return std::isnan(a) && std::isnan(b); }
 ofxhost::ImageBuffer edgeFrame(int width, int height, const Variant& variant, std::uint32_t seed) {
     ofxhost::ImageBuffer frame = ofxhost::ImageBuffer::testFrame(width, height, variant.depth, variant.order, seed);
     const std::array<float, 4> pixels[] = {
-        {0.2f, 0.1f, 0.3f, 0},        {1e-6f, 0.5f, 0, 1e-6f},     {0, 0, 0, 1},
-        {1, 1, 1, 1},                 {0.5f, 0.5f, 0.5f, 0.5f},    {0.5f, 0.5f, 0.5f, 1},
-        {1, 0, 0, 1},                 {0.1f, 0.2f, 0.35f, 1},      {0, 0.75f, 0.25f, 0.75f},
-        {0.75f, 0.25f, 0.5f, 1},      {0.01f, 0.02f, 0, 1},        {2, 0, 0, 1},
-        {1.5f, 0.25f, 2, 1},          {-0.5f, 0.25f, 0.125f, 1},   {1.5f, -0.25f, 0.5f, 1},
-        {0.25f, 2, -0.5f, 0.5f},      {0.5f, 0.25f, 0.75f, 1.5f},  {0.5f, 0.25f, 0.75f, 2},
-        {1, 0.9999995f, 0.9999995f, 1}, {-5e-7f, 0, 3e-7f, 1},
+        {0.2f, 0.1f, 0.3f, 0},
+        {1e-6f, 0.5f, 0, 1e-6f},
+        {0, 0, 0, 1},
+        {1, 1, 1, 1},
+        {0.5f, 0.5f, 0.5f, 0.5f},
+        {0.5f, 0.5f, 0.5f, 1},
+        {1, 0, 0, 1},
+        {0.1f, 0.2f, 0.35f, 1},
+        {0, 0.75f, 0.25f, 0.75f},
+        {0.75f, 0.25f, 0.5f, 1},
+        {0.01f, 0.02f, 0, 1},
+        {2, 0, 0, 1},
+        {1.5f, 0.25f, 2, 1},
+        {-0.5f, 0.25f, 0.125f, 1},
+        {1.5f, -0.25f, 0.5f, 1},
+        {0.25f, 2, -0.5f, 0.5f},
+        {0.5f, 0.25f, 0.75f, 1.5f},
+        {0.5f, 0.25f, 0.75f, 2},
+        {1, 0.9999995f, 0.9999995f, 1},
+        {-5e-7f, 0, 3e-7f, 1},
     };
     const int count = std::min<int>(width, static_cast<int>(std::size(pixels)));
     for (int x = 0; x < count; ++x) {

@@ -16,13 +16,15 @@
 
 namespace {
 
-const OFX::EffectDeclaration kParams{"ondu1.test:params", "ONDU1 Test Params", "ONDU1 Test", OFX::eContextFilter, 0, nullptr};
+const OFX::EffectDeclaration kParams{
+    "ondu1.test:params", "ONDU1 Test Params", "ONDU1 Test", OFX::eContextFilter, 0, nullptr};
 
 // The probes, the options of "Probe". "KeyTimes" ends one index past the
 // last key of "Gain", "Keys" deletes a key at a time without one,
 // "SetBadChoice" sets an index past the options.
-const std::vector<std::string> kProbes = {"None", "DoubleOfInt", "DoubleThenInt", "Unknown", "KeyTimes", "Values",
-                                          "Keys", "Kinds", "Reads", "SetValues", "SetBadChoice", "Parametric"};
+const std::vector<std::string> kProbes = {"None",     "DoubleOfInt", "DoubleThenInt", "Unknown",
+                                          "KeyTimes", "Values",      "Keys",          "Kinds",
+                                          "Reads",    "SetValues",   "SetBadChoice",  "Parametric"};
 
 std::string num(double value) {
     char text[40];
@@ -89,18 +91,16 @@ private:
             values();
         } else if (name == "Keys") {
             OFX::DoubleParam* gain = fetchDoubleParam("Gain");
-            report("index", nums(gain->getKeyIndex(0, OFX::eKeySearchNear), gain->getKeyIndex(5, OFX::eKeySearchNear),
-                                 gain->getKeyIndex(5, OFX::eKeySearchBackwards),
-                                 gain->getKeyIndex(5, OFX::eKeySearchForward),
-                                 gain->getKeyIndex(10, OFX::eKeySearchForward),
-                                 gain->getKeyIndex(0, OFX::eKeySearchBackwards),
-                                 gain->getKeyIndex(10, OFX::eKeySearchNear),
-                                 gain->getKeyIndex(-1, OFX::eKeySearchForward)));
+            report("index",
+                   nums(gain->getKeyIndex(0, OFX::eKeySearchNear), gain->getKeyIndex(5, OFX::eKeySearchNear),
+                        gain->getKeyIndex(5, OFX::eKeySearchBackwards), gain->getKeyIndex(5, OFX::eKeySearchForward),
+                        gain->getKeyIndex(10, OFX::eKeySearchForward), gain->getKeyIndex(0, OFX::eKeySearchBackwards),
+                        gain->getKeyIndex(10, OFX::eKeySearchNear), gain->getKeyIndex(-1, OFX::eKeySearchForward)));
             gain->deleteKeyAtTime(0);
             report("afterOne", nums(gain->getNumKeys(), gain->getKeyTime(0)));
             gain->deleteAllKeys();
-            report("afterAll", nums(gain->getNumKeys(), gain->getValueAtTime(0), gain->getValueAtTime(10),
-                                    gain->getIsAnimating()));
+            report("afterAll",
+                   nums(gain->getNumKeys(), gain->getValueAtTime(0), gain->getValueAtTime(10), gain->getIsAnimating()));
             gain->deleteKeyAtTime(42);
         } else if (name == "Kinds") {
             kinds();
@@ -158,8 +158,8 @@ private:
         report("tint", nums(a, b, c));
         fetchRGBAParam("Fill")->getValueAtTime(5, a, b, c, d);
         report("fill", nums(a, b, c, d));
-        report("enabled", nums(fetchBooleanParam("Enabled")->getValueAtTime(5),
-                               fetchBooleanParam("Enabled")->getValueAtTime(10)));
+        report("enabled",
+               nums(fetchBooleanParam("Enabled")->getValueAtTime(5), fetchBooleanParam("Enabled")->getValueAtTime(10)));
         report("mode", nums(fetchChoiceParam("Mode")->getValueAtTime(5), fetchChoiceParam("Mode")->getValueAtTime(10)));
         report("title", fetchStringParam("Title")->getValueAtTime(5));
         report("curve", fetchCustomParam("Curve")->getValueAtTime(2.5));
@@ -168,8 +168,9 @@ private:
     }
 
     void kinds() {
-        for (const char* name : {"Probe", "Count", "Offset", "Cells", "Gain", "Center", "Position", "Tint", "Fill",
-                                 "Enabled", "Mode", "Title", "Curve", "Memo", "Advanced", "Detail", "Run", "Controls"}) {
+        for (const char* name :
+             {"Probe", "Count", "Offset", "Cells", "Gain", "Center", "Position", "Tint", "Fill", "Enabled", "Mode",
+              "Title", "Curve", "Memo", "Advanced", "Detail", "Run", "Controls"}) {
             report(std::string("kind.") + name, nums(getParam(name)->getType(), getParamType(name)));
         }
         if (paramExists("Curves")) report("kind.Curves", num(getParam("Curves")->getType()));
@@ -185,11 +186,14 @@ private:
     void reportNumbers(const std::string& name, Param* param) {
         std::array<T, 5 * N> v{};
         [&]<size_t... I>(std::index_sequence<I...>) {
-            if constexpr (N == 1) v[0] = param->getDefault();
-            else param->getDefault(v[I]...);
+            if constexpr (N == 1)
+                v[0] = param->getDefault();
+            else
+                param->getDefault(v[I]...);
             param->getRange(v[N + I]..., v[2 * N + I]...);
             param->getDisplayRange(v[3 * N + I]..., v[4 * N + I]...);
-        }(std::make_index_sequence<N>{});
+        }
+        (std::make_index_sequence<N>{});
         report(name, list(v));
     }
 
@@ -197,11 +201,11 @@ private:
         OFX::IntParam* count = fetchIntParam("Count");
         std::string label, shortLabel, longLabel;
         count->getLabels(label, shortLabel, longLabel);
-        report("Count.texts", label + "|" + shortLabel + "|" + longLabel + "|" + count->getScriptName() + "|" +
-                                  count->getHint());
-        report("Count.flags", nums(count->getIsSecret(), count->getIsEnable(), count->getCanAnimate(),
-                                   count->getIsPersistant(), count->getEvaluateOnChange(),
-                                   count->getCacheInvalidation()));
+        report("Count.texts",
+               label + "|" + shortLabel + "|" + longLabel + "|" + count->getScriptName() + "|" + count->getHint());
+        report("Count.flags",
+               nums(count->getIsSecret(), count->getIsEnable(), count->getCanAnimate(), count->getIsPersistant(),
+                    count->getEvaluateOnChange(), count->getCacheInvalidation()));
         reportNumbers<int, 1>("Count", count);
         reportNumbers<int, 2>("Offset", fetchInt2DParam("Offset"));
         reportNumbers<int, 3>("Cells", fetchInt3DParam("Cells"));
@@ -210,10 +214,10 @@ private:
         reportNumbers<double, 3>("Position", fetchDouble3DParam("Position"));
 
         OFX::DoubleParam* gain = fetchDoubleParam("Gain");
-        report("Gain.steps", nums(gain->getIncrement(), gain->getDigits(), gain->getDoubleType(),
-                                  gain->getCacheInvalidation()));
-        report("doubleTypes", nums(fetchDouble2DParam("Center")->getDoubleType(),
-                                   fetchDouble3DParam("Position")->getDoubleType()));
+        report("Gain.steps",
+               nums(gain->getIncrement(), gain->getDigits(), gain->getDoubleType(), gain->getCacheInvalidation()));
+        report("doubleTypes",
+               nums(fetchDouble2DParam("Center")->getDoubleType(), fetchDouble3DParam("Position")->getDoubleType()));
         double r = 0, g = 0, b = 0, a = 0;
         fetchRGBParam("Tint")->getDefault(r, g, b);
         report("Tint", nums(r, g, b));
@@ -226,8 +230,7 @@ private:
         for (int i = 0; i < mode->getOptionCount(); ++i) options += (i ? "|" : "") + mode->getOption(i);
         report("Mode.options", options);
         report("texts", fetchStringParam("Title")->getDefault() + "|" + fetchCustomParam("Curve")->getDefault());
-        report("openSecret",
-               nums(fetchGroupParam("Advanced")->getIsOpen(), fetchDoubleParam("Detail")->getIsSecret()));
+        report("openSecret", nums(fetchGroupParam("Advanced")->getIsOpen(), fetchDoubleParam("Detail")->getIsSecret()));
     }
 
     void setValues() {
@@ -260,8 +263,8 @@ private:
         double min = 0, max = 0;
         curves->getRange(min, max);
         report("curves", nums(curves->getCurveCount(), min, max));
-        report("points", nums(curves->getNControlPoints(0, 0), curves->getNControlPoints(1, 0),
-                              curves->getNControlPoints(2, 0)));
+        report("points",
+               nums(curves->getNControlPoints(0, 0), curves->getNControlPoints(1, 0), curves->getNControlPoints(2, 0)));
         double position = 0, value = 0;
         curves->getNthControlPoint(0, 0, 1, position, value);
         report("point0.1", nums(position, value));

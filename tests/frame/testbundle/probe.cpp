@@ -10,7 +10,8 @@
 
 namespace {
 
-const OFX::EffectDeclaration kProbe{"ondu1.test:probe", "ONDU1 Test Probe", "ONDU1 Test", OFX::eContextFilter, 0, nullptr};
+const OFX::EffectDeclaration kProbe{
+    "ondu1.test:probe", "ONDU1 Test Probe", "ONDU1 Test", OFX::eContextFilter, 0, nullptr};
 
 class probeProcessor : public OFX::ImageProcessor {
 public:

@@ -49,10 +49,8 @@ const OfxProgressSuiteV1* gProgress = nullptr;
 const OfxOpenCLProgramSuiteV1* gOpenCL = nullptr;
 int gDescribeCount = 0;
 
-OfxStatus load()
-{
-    if (!gHost)
-        return kOfxStatErrBadHandle;
+OfxStatus load() {
+    if (!gHost) return kOfxStatErrBadHandle;
     auto fetch = [](const char* name, int version) { return gHost->fetchSuite(gHost->host, name, version); };
     gProp = static_cast<const OfxPropertySuiteV1*>(fetch(kOfxPropertySuite, 1));
     gEffect = static_cast<const OfxImageEffectSuiteV1*>(fetch(kOfxImageEffectSuite, 1));
@@ -63,22 +61,19 @@ OfxStatus load()
     gParametric = static_cast<const OfxParametricParameterSuiteV1*>(fetch(kOfxParametricParameterSuite, 1));
     gProgress = static_cast<const OfxProgressSuiteV1*>(fetch(kOfxProgressSuite, 1));
     gOpenCL = static_cast<const OfxOpenCLProgramSuiteV1*>(fetch(kOfxOpenCLProgramSuite, 1));
-    if (!gProp || !gEffect || !gParam || !gMemory || !gThread || !gMessage)
-        return kOfxStatErrMissingHostFeature;
+    if (!gProp || !gEffect || !gParam || !gMemory || !gThread || !gMessage) return kOfxStatErrMissingHostFeature;
     return kOfxStatOK;
 }
 
 void setHost(OfxHost* host) { gHost = host; }
 
-OfxPropertySetHandle effectProps(OfxImageEffectHandle e)
-{
+OfxPropertySetHandle effectProps(OfxImageEffectHandle e) {
     OfxPropertySetHandle p = nullptr;
     gEffect->getPropertySet(e, &p);
     return p;
 }
 
-void describeCommon(OfxImageEffectHandle e, const char* label, const char* context)
-{
+void describeCommon(OfxImageEffectHandle e, const char* label, const char* context) {
     OfxPropertySetHandle p = effectProps(e);
     gProp->propSetString(p, kOfxPropLabel, 0, label);
     gProp->propSetString(p, kOfxImageEffectPluginPropGrouping, 0, "Host Tests");
@@ -91,31 +86,27 @@ void describeCommon(OfxImageEffectHandle e, const char* label, const char* conte
     gProp->propSetInt(p, "OndU1TestVendorProperty", 0, 42);
 }
 
-void defineClip(OfxImageEffectHandle e, const char* name)
-{
+void defineClip(OfxImageEffectHandle e, const char* name) {
     OfxPropertySetHandle p = nullptr;
     gEffect->clipDefine(e, name, &p);
     gProp->propSetString(p, kOfxImageEffectPropSupportedComponents, 0, kOfxImageComponentRGBA);
 }
 
-OfxPropertySetHandle defineParam(OfxParamSetHandle set, const char* type, const char* name, const char* label)
-{
+OfxPropertySetHandle defineParam(OfxParamSetHandle set, const char* type, const char* name, const char* label) {
     OfxPropertySetHandle p = nullptr;
     gParam->paramDefine(set, type, name, &p);
     gProp->propSetString(p, kOfxPropLabel, 0, label);
     return p;
 }
 
-OfxParamSetHandle paramSetOf(OfxImageEffectHandle e)
-{
+OfxParamSetHandle paramSetOf(OfxImageEffectHandle e) {
     OfxParamSetHandle set = nullptr;
     gEffect->getParamSet(e, &set);
     return set;
 }
 
 // Custom "Curve": a number as text; between keys the plug-in blends the numbers.
-OfxStatus interpolateCurve(OfxParamSetHandle, OfxPropertySetHandle in, OfxPropertySetHandle out)
-{
+OfxStatus interpolateCurve(OfxParamSetHandle, OfxPropertySetHandle in, OfxPropertySetHandle out) {
     char* a = nullptr;
     char* b = nullptr;
     double amount = 0;
@@ -128,8 +119,7 @@ OfxStatus interpolateCurve(OfxParamSetHandle, OfxPropertySetHandle in, OfxProper
     return kOfxStatOK;
 }
 
-void describeTintParams(OfxParamSetHandle set)
-{
+void describeTintParams(OfxParamSetHandle set) {
     OfxPropertySetHandle p = defineParam(set, kOfxParamTypeDouble, "Gain", "Gain");
     gProp->propSetString(p, kOfxParamPropScriptName, 0, "gain");
     gProp->propSetDouble(p, kOfxParamPropDefault, 0, 1.0);
@@ -197,13 +187,10 @@ struct Image {
 
     cl_mem clImage = nullptr;
 
-    bool fetch(OfxImageEffectHandle e, const char* clipName, double time)
-    {
+    bool fetch(OfxImageEffectHandle e, const char* clipName, double time) {
         OfxImageClipHandle clip = nullptr;
-        if (gEffect->clipGetHandle(e, clipName, &clip, nullptr) != kOfxStatOK)
-            return false;
-        if (gEffect->clipGetImage(clip, time, nullptr, &handle) != kOfxStatOK)
-            return false;
+        if (gEffect->clipGetHandle(e, clipName, &clip, nullptr) != kOfxStatOK) return false;
+        if (gEffect->clipGetImage(clip, time, nullptr, &handle) != kOfxStatOK) return false;
         void* p = nullptr;
         gProp->propGetPointer(handle, kOfxImagePropData, 0, &p);
         data = static_cast<unsigned char*>(p);
@@ -220,24 +207,19 @@ struct Image {
             bgra = std::strcmp(order, kOfxImagePixelOrderBGRA) == 0;
         return true;
     }
-    ~Image()
-    {
-        if (handle)
-            gEffect->clipReleaseImage(handle);
+    ~Image() {
+        if (handle) gEffect->clipReleaseImage(handle);
     }
     // Index of channel c (0 red ... 3 alpha) of pixel (x, y) within its row.
     int at(int x, int c) const { return (x - bounds.x1) * 4 + channel(c); }
     int channel(int c) const { return (bgra && c < 3) ? 2 - c : c; }
     unsigned char* row(int y) const { return data + std::ptrdiff_t(y - bounds.y1) * rowBytes; }
     // Normalised value; 0 outside the bounds.
-    float get(int x, int y, int c) const
-    {
-        if (x < bounds.x1 || x >= bounds.x2 || y < bounds.y1 || y >= bounds.y2)
-            return 0.0f;
+    float get(int x, int y, int c) const {
+        if (x < bounds.x1 || x >= bounds.x2 || y < bounds.y1 || y >= bounds.y2) return 0.0f;
         return isFloat ? reinterpret_cast<float*>(row(y))[at(x, c)] : row(y)[at(x, c)] / 255.0f;
     }
-    void set(int x, int y, int c, float v)
-    {
+    void set(int x, int y, int c, float v) {
         if (isFloat)
             reinterpret_cast<float*>(row(y))[at(x, c)] = v;
         else
@@ -245,8 +227,7 @@ struct Image {
     }
 };
 
-OfxParamHandle param(OfxImageEffectHandle e, const char* name)
-{
+OfxParamHandle param(OfxImageEffectHandle e, const char* name) {
     OfxParamHandle h = nullptr;
     gParam->paramGetHandle(paramSetOf(e), name, &h, nullptr);
     return h;
@@ -257,8 +238,7 @@ struct RenderWindow {
     double time;
 };
 
-RenderWindow readRenderArgs(OfxPropertySetHandle in)
-{
+RenderWindow readRenderArgs(OfxPropertySetHandle in) {
     RenderWindow w{};
     gProp->propGetIntN(in, kOfxImageEffectPropRenderWindow, 4, &w.window.x1);
     gProp->propGetDouble(in, kOfxPropTime, 0, &w.time);
@@ -275,8 +255,7 @@ struct TintJob {
     double tint[4];
 };
 
-void tintRows(unsigned int index, unsigned int count, void* arg)
-{
+void tintRows(unsigned int index, unsigned int count, void* arg) {
     auto* job = static_cast<TintJob*>(arg);
     const int h = job->window.y2 - job->window.y1;
     const int y1 = job->window.y1 + int(long(h) * index / count);
@@ -295,8 +274,7 @@ void tintRows(unsigned int index, unsigned int count, void* arg)
             }
             for (int c = 0; c < 4; ++c) {
                 float v = job->src->get(x, y, c);
-                if (job->mode == 1 && c < 3)
-                    v = float(v * job->gain * job->tint[c] + job->offset / 255.0);
+                if (job->mode == 1 && c < 3) v = float(v * job->gain * job->tint[c] + job->offset / 255.0);
                 job->dst->set(x, y, c, v);
             }
         }
@@ -326,27 +304,22 @@ TINT(tintFloat, float4, LOAD_FLOAT, STORE_FLOAT)
 TINT(tintByte, uchar4, LOAD_BYTE, STORE_BYTE)
 )CL";
 
-OfxStatus renderTintOpenCL(OfxImageEffectHandle e, OfxPropertySetHandle in, const TintJob& job, double time)
-{
-    if (job.mode == 2)
-        return kOfxStatErrUnsupported;
+OfxStatus renderTintOpenCL(OfxImageEffectHandle e, OfxPropertySetHandle in, const TintJob& job, double time) {
+    if (job.mode == 2) return kOfxStatErrUnsupported;
     void* queue = nullptr;
     gProp->propGetPointer(in, kOfxImageEffectPropOpenCLCommandQueue, 0, &queue);
     Image src, dst;
     if (!dst.fetch(e, kOfxImageEffectOutputClipName, time) || !src.fetch(e, kOfxImageEffectSimpleSourceClipName, time))
         return kOfxStatFailed;
-    if (!queue || !src.clImage || !dst.clImage)
-        return kOfxStatErrValue;
+    if (!queue || !src.clImage || !dst.clImage) return kOfxStatErrValue;
     // Compiled for each render: a test plug-in values simplicity over speed,
     // and the host may hand another context next time.
     cl_program program = nullptr;
-    if (gOpenCL->compileProgram(kTintKernels, 0, &program) != kOfxStatOK)
-        return kOfxStatFailed;
+    if (gOpenCL->compileProgram(kTintKernels, 0, &program) != kOfxStatOK) return kOfxStatFailed;
     cl_int err = CL_SUCCESS;
     cl_kernel kernel = clCreateKernel(program, dst.isFloat ? "tintFloat" : "tintByte", &err);
     clReleaseProgram(program);
-    if (!kernel)
-        return kOfxStatFailed;
+    if (!kernel) return kOfxStatFailed;
     const bool gains = job.mode == 1;
     cl_float4 scale{}, offset{};
     for (int c = 0; c < 3; ++c) {
@@ -373,8 +346,7 @@ OfxStatus renderTintOpenCL(OfxImageEffectHandle e, OfxPropertySetHandle in, cons
     return err == CL_SUCCESS ? kOfxStatOK : kOfxStatFailed;
 }
 
-OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in)
-{
+OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in) {
     const RenderWindow args = readRenderArgs(in);
     TintJob job{};
     job.window = args.window;
@@ -388,17 +360,13 @@ OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in)
     }
     int openCL = 0;
     gProp->propGetInt(in, kOfxImageEffectPropOpenCLEnabled, 0, &openCL);
-    if (openCL)
-        return renderTintOpenCL(e, in, job, args.time);
+    if (openCL) return renderTintOpenCL(e, in, job, args.time);
     Image src, dst;
-    if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time))
-        return kOfxStatFailed;
-    if (!src.fetch(e, kOfxImageEffectSimpleSourceClipName, args.time))
-        return kOfxStatFailed;
+    if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time)) return kOfxStatFailed;
+    if (!src.fetch(e, kOfxImageEffectSimpleSourceClipName, args.time)) return kOfxStatFailed;
     // Scratch memory from the host, as a plug-in would for a row cache.
     void* scratch = nullptr;
-    if (gMemory->memoryAlloc(e, 4096, &scratch) != kOfxStatOK)
-        return kOfxStatErrMemory;
+    if (gMemory->memoryAlloc(e, 4096, &scratch) != kOfxStatOK) return kOfxStatErrMemory;
     job.src = &src;
     job.dst = &dst;
     int threads = 0;
@@ -410,53 +378,44 @@ OfxStatus renderTint(OfxImageEffectHandle e, OfxPropertySetHandle in)
     return s;
 }
 
-OfxStatus measure(OfxImageEffectHandle e)
-{
+OfxStatus measure(OfxImageEffectHandle e) {
     OfxPropertySetHandle clip = nullptr;
     gEffect->clipGetHandle(e, kOfxImageEffectSimpleSourceClipName, nullptr, &clip);
     double range[2] = {0, 0};
     gProp->propGetDoubleN(clip, kOfxImageEffectPropFrameRange, 2, range);
-    if (!gProgress)
-        return kOfxStatErrMissingHostFeature;
+    if (!gProgress) return kOfxStatErrMissingHostFeature;
     gProgress->progressStartProgress(e, "Measuring");
     double times[16], reds[16];
     int found = 0;
     for (double t = range[0]; t <= range[1] && found < 16; t += 1) {
         Image src;
-        if (!src.fetch(e, kOfxImageEffectSimpleSourceClipName, t))
-            break;
+        if (!src.fetch(e, kOfxImageEffectSimpleSourceClipName, t)) break;
         times[found] = t;
         reds[found++] = src.get(0, 0, 0);
-        if (gProgress->progressUpdate(e, (t - range[0] + 1) / (range[1] - range[0] + 1)) == kOfxStatReplyNo)
-            break;
+        if (gProgress->progressUpdate(e, (t - range[0] + 1) / (range[1] - range[0] + 1)) == kOfxStatReplyNo) break;
     }
     gProgress->progressEndProgress(e);
     OfxParamHandle gain = param(e, "Gain");
     gParam->paramEditBegin(paramSetOf(e), "Measure");
     gParam->paramDeleteAllKeys(gain);
-    for (int i = 0; i < found; ++i)
-        gParam->paramSetValueAtTime(gain, times[i], reds[i]);
+    for (int i = 0; i < found; ++i) gParam->paramSetValueAtTime(gain, times[i], reds[i]);
     return gParam->paramEditEnd(paramSetOf(e));
 }
 
-OfxStatus renderRamp(OfxImageEffectHandle e, OfxPropertySetHandle in)
-{
+OfxStatus renderRamp(OfxImageEffectHandle e, OfxPropertySetHandle in) {
     const RenderWindow args = readRenderArgs(in);
     double colour[4], level = 1;
     gParam->paramGetValueAtTime(param(e, "Color"), args.time, &colour[0], &colour[1], &colour[2], &colour[3]);
     gParam->paramGetValueAtTime(param(e, "Level"), args.time, &level);
     Image dst;
-    if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time))
-        return kOfxStatFailed;
+    if (!dst.fetch(e, kOfxImageEffectOutputClipName, args.time)) return kOfxStatFailed;
     for (int y = args.window.y1; y < args.window.y2; ++y)
         for (int x = args.window.x1; x < args.window.x2; ++x)
-            for (int c = 0; c < 4; ++c)
-                dst.set(x, y, c, float(colour[c] * level));
+            for (int c = 0; c < 4; ++c) dst.set(x, y, c, float(colour[c] * level));
     return kOfxStatOK;
 }
 
-OfxStatus renderMix(OfxImageEffectHandle e, OfxPropertySetHandle in)
-{
+OfxStatus renderMix(OfxImageEffectHandle e, OfxPropertySetHandle in) {
     const RenderWindow args = readRenderArgs(in);
     double t = 0;
     gParam->paramGetValueAtTime(param(e, kOfxImageEffectTransitionParamName), args.time, &t);
@@ -467,22 +426,18 @@ OfxStatus renderMix(OfxImageEffectHandle e, OfxPropertySetHandle in)
         return kOfxStatFailed;
     for (int y = args.window.y1; y < args.window.y2; ++y)
         for (int x = args.window.x1; x < args.window.x2; ++x)
-            for (int c = 0; c < 4; ++c)
-                dst.set(x, y, c, float(from.get(x, y, c) * (1 - t) + to.get(x, y, c) * t));
+            for (int c = 0; c < 4; ++c) dst.set(x, y, c, float(from.get(x, y, c) * (1 - t) + to.get(x, y, c) * t));
     return kOfxStatOK;
 }
 
 enum class Kind { Tint, Ramp, Mix };
 
 template <Kind K>
-OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in, OfxPropertySetHandle out)
-{
+OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in, OfxPropertySetHandle out) {
     auto e = static_cast<OfxImageEffectHandle>(const_cast<void*>(handle));
     const std::string a = action ? action : "";
-    if (a == kOfxActionLoad)
-        return load();
-    if (a == kOfxActionUnload || a == kOfxActionCreateInstance || a == kOfxActionDestroyInstance)
-        return kOfxStatOK;
+    if (a == kOfxActionLoad) return load();
+    if (a == kOfxActionUnload || a == kOfxActionCreateInstance || a == kOfxActionDestroyInstance) return kOfxStatOK;
     if (a == kOfxActionDescribe) {
         if (K == Kind::Tint) {
             describeCommon(e, "Test Tint", kOfxImageEffectContextFilter);
@@ -513,8 +468,8 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
         } else {
             defineClip(e, kOfxImageEffectTransitionSourceFromClipName);
             defineClip(e, kOfxImageEffectTransitionSourceToClipName);
-            OfxPropertySetHandle p = defineParam(set, kOfxParamTypeDouble, kOfxImageEffectTransitionParamName,
-                                                 "Transition");
+            OfxPropertySetHandle p =
+                defineParam(set, kOfxParamTypeDouble, kOfxImageEffectTransitionParamName, "Transition");
             gProp->propSetDouble(p, kOfxParamPropMin, 0, 0.0);
             gProp->propSetDouble(p, kOfxParamPropMax, 0, 1.0);
         }
@@ -525,8 +480,7 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
         gProp->propGetDouble(in, kOfxPropTime, 0, &time);
         int mode = 1;
         gParam->paramGetValueAtTime(param(e, "Mode"), time, &mode);
-        if (mode != 0)
-            return kOfxStatReplyDefault;
+        if (mode != 0) return kOfxStatReplyDefault;
         gProp->propSetString(out, kOfxPropName, 0, kOfxImageEffectSimpleSourceClipName);
         gProp->propSetDouble(out, kOfxPropTime, 0, time);
         return kOfxStatOK;
@@ -534,10 +488,8 @@ OfxStatus entry(const char* action, const void* handle, OfxPropertySetHandle in,
     if (a == kOfxActionInstanceChanged && K == Kind::Tint) {
         char* name = nullptr;
         gProp->propGetString(in, kOfxPropName, 0, &name);
-        if (name && std::strcmp(name, "Reset") == 0)
-            gMessage->message(e, kOfxMessageMessage, "reset", "reset pressed");
-        if (name && std::strcmp(name, "Measure") == 0)
-            return measure(e);
+        if (name && std::strcmp(name, "Reset") == 0) gMessage->message(e, kOfxMessageMessage, "reset", "reset pressed");
+        if (name && std::strcmp(name, "Measure") == 0) return measure(e);
         return kOfxStatReplyDefault;
     }
     if (a == kOfxImageEffectActionRender)
@@ -555,9 +507,7 @@ OfxPlugin gPlugins[] = {
 
 OfxExport int OfxGetNumberOfPlugins(void) { return int(sizeof gPlugins / sizeof gPlugins[0]); }
 
-OfxExport OfxPlugin* OfxGetPlugin(int nth)
-{
-    if (nth < 0 || nth >= OfxGetNumberOfPlugins())
-        return nullptr;
+OfxExport OfxPlugin* OfxGetPlugin(int nth) {
+    if (nth < 0 || nth >= OfxGetNumberOfPlugins()) return nullptr;
     return &gPlugins[nth];
 }

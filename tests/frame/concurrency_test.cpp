@@ -1,5 +1,4 @@
-// Two instances of one effect rendering at the same time on two host
-// threads, as hosts that render frames in parallel do. Their kernels are one
+// Instances of one effect rendering at the same time on host threads, as hosts that render frames in parallel do. Their kernels are one
 // set shared by all instances of the effect, so a render whose arguments are
 // set while the other's are set or launched would draw with the wrong
 // values; on the processor the row split and the images must stay apart too.
@@ -7,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,62 +20,79 @@ using ofxhost::PixelOrder;
 
 namespace {
 
-constexpr int kRounds = 40;
+constexpr int kRounds = 150;
 
 struct Setting {
     std::string name, value;
 };
 
-// Renders each instance alone, then both at once `kRounds` times over in
-// the variant, and counts the renders that differ from the lone one.
+// Renders one instance per setting alone, then all of them at once, each on
+// a thread of its own, `kRounds` times over in the variant, and counts the
+// renders that differ from the lone one. Small frames keep each render short,
+// so that the argument setting of one falls among the others' as often as
+// it can.
 void expectConcurrentRendersAgree(const std::shared_ptr<ofxhost::Host>& host, const std::string& effect,
-                                  const Setting& first, const Setting& second, const Variant& variant) {
+                                  const std::vector<Setting>& settings, const Variant& variant, bool onDevice) {
+    ofxhost::RenderOptions options;
+    options.depth = variant.depth;
+    options.order = variant.order;
+    options.openCL = onDevice;
+    const auto render = [&options](ofxhost::Instance& instance, OfxStatus& status) {
+        ofxhost::ImageBuffer out = instance.makeOutput(options);
+        status = instance.render(0.0, options, out);
+        return out;
+    };
     auto plugin = loadEffect(host, effect);
-    const auto source = ofxhost::ImageBuffer::testFrame(61, 37, variant.depth, variant.order, 9);
-    auto a = filterOn(*plugin, source);
-    auto b = filterOn(*plugin, source);
-    a->setValueText(first.name, first.value);
-    b->setValueText(second.name, second.value);
-    const ofxhost::ImageBuffer aloneA = renderVariant(*a, variant);
-    const ofxhost::ImageBuffer aloneB = renderVariant(*b, variant);
-    ASSERT_NE(firstDifference(aloneA, aloneB), "") << "the two settings must draw different pictures";
+    const auto source = ofxhost::ImageBuffer::testFrame(23, 7, variant.depth, variant.order, 9);
+    std::vector<std::unique_ptr<ofxhost::Instance>> instances;
+    std::vector<ofxhost::ImageBuffer> alone;
+    for (const Setting& setting : settings) {
+        instances.push_back(filterOn(*plugin, source));
+        instances.back()->setValueText(setting.name, setting.value);
+        OfxStatus status = kOfxStatOK;
+        alone.push_back(render(*instances.back(), status));
+        ASSERT_EQ(status, kOfxStatOK);
+    }
+    for (std::size_t i = 1; i < alone.size(); ++i)
+        ASSERT_NE(firstDifference(alone[0], alone[i]), "") << "the settings must draw different pictures";
 
     std::atomic<int> mismatches{0};
-    const auto run = [&](ofxhost::Instance& instance, const ofxhost::ImageBuffer& alone) {
-        for (int i = 0; i < kRounds; ++i) {
-            ofxhost::RenderOptions options;
-            options.depth = variant.depth;
-            options.order = variant.order;
-            ofxhost::ImageBuffer out = instance.makeOutput(options);
-            if (instance.render(0.0, options, out) != kOfxStatOK || firstDifference(out, alone) != "") ++mismatches;
+    const auto run = [&](std::size_t i) {
+        for (int round = 0; round < kRounds; ++round) {
+            OfxStatus status = kOfxStatOK;
+            const ofxhost::ImageBuffer out = render(*instances[i], status);
+            if (status != kOfxStatOK || firstDifference(out, alone[i]) != "") ++mismatches;
         }
     };
-    std::thread ta(run, std::ref(*a), std::cref(aloneA));
-    std::thread tb(run, std::ref(*b), std::cref(aloneB));
-    ta.join();
-    tb.join();
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < instances.size(); ++i) threads.emplace_back(run, i);
+    for (std::thread& t : threads) t.join();
     EXPECT_EQ(mismatches.load(), 0) << effect << " in " << variantName(variant);
 }
 
+const std::vector<Setting> kInvertSettings{
+    {"BlendAmount", "1"}, {"BlendAmount", "0.3"}, {"BlendAmount", "0.6"}, {"BlendAmount", "0"}};
+const std::vector<Setting> kColorBalanceSettings{{"Red", "0.4"}, {"Blue", "-0.3"}, {"Green", "0.2"}, {"Red", "-0.5"}};
+
 const std::vector<Variant> kCheckedVariants{{Depth::Byte, PixelOrder::BGRA}, {Depth::Float, PixelOrder::RGBA}};
 
-TEST(ConcurrentRenders, TwoInstancesOnTheProcessorAgreeWithLoneRenders) {
+TEST(ConcurrentRenders, InstancesOnTheProcessorAgreeWithLoneRenders) {
     const auto host = quietHost();
     for (const Variant& v : kCheckedVariants) {
-        expectConcurrentRendersAgree(host, "talvo.effects:invert", {"BlendAmount", "1"}, {"BlendAmount", "0.3"}, v);
-        expectConcurrentRendersAgree(host, "talvo.effects:colorbalance", {"Red", "0.4"}, {"Blue", "-0.3"}, v);
+        expectConcurrentRendersAgree(host, "talvo.effects:invert", kInvertSettings, v, false);
+        expectConcurrentRendersAgree(host, "talvo.effects:colorbalance", kColorBalanceSettings, v, false);
     }
 }
 
-TEST(ConcurrentRenders, TwoInstancesOnOneOpenCLDeviceAgreeWithLoneRenders) {
+TEST(ConcurrentRenders, InstancesOnOneOpenCLDeviceAgreeWithLoneRenders) {
     if (!openCLDevice()) GTEST_SKIP() << kNoOpenCL;
     // The host lets both renders use the device at once; the effects' own
     // launch lock is all that keeps their kernel arguments apart.
     openCLDevice()->setOneRenderAtATime(false);
     const auto host = openCLHost();
     for (const Variant& v : kCheckedVariants) {
-        expectConcurrentRendersAgree(host, "talvo.effects:invert", {"BlendAmount", "1"}, {"BlendAmount", "0.3"}, v);
-        expectConcurrentRendersAgree(host, "talvo.effects:colorbalance", {"Red", "0.4"}, {"Blue", "-0.3"}, v);
+        expectConcurrentRendersAgree(host, "talvo.effects:invert", kInvertSettings, v, true);
+        expectConcurrentRendersAgree(host, "talvo.effects:colorbalance", kColorBalanceSettings, v, true);
     }
     openCLDevice()->setOneRenderAtATime(true);
 }

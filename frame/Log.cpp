@@ -13,16 +13,20 @@ namespace {
 
 FILE* gStream = nullptr;
 std::string gFileName;
-// Note: not atomic; concurrent renders may race on it, which only misaligns
-// the indentation of their lines.
-int gIndent = 0;
+// The nesting of the actions a thread is in: hosts call actions on several
+// threads at once, and each thread's lines are indented by its own depth.
+thread_local int gIndent = 0;
 
+// One whole line at a time, so that the lines of concurrent actions never
+// mix within a line.
 void write(const char* prefix, const char* format, va_list args) {
+    ::flockfile(gStream);
     for (int i = 0; i < gIndent; ++i) std::fputs("    ", gStream);
     if (prefix) std::fputs(prefix, gStream);
     std::vfprintf(gStream, format, args);
     std::fputc('\n', gStream);
     std::fflush(gStream);
+    ::funlockfile(gStream);
 }
 
 }  // namespace

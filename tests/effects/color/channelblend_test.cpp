@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
+#include <random>
+#include <string>
+
 #include "EffectTest.h"
 #include "ofxImageEffect.h"
 #include "ofxTalvo.h"
@@ -138,6 +143,121 @@ TEST_F(ChannelBlendTest, DrawsOnePictureInBothOrders) {
     for (const Values& values : settings) {
         for (const auto& [name, text] : values) inst->setValueText(name, text);
         for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "blended");
+    }
+}
+
+// The defined arithmetic of one pixel, written out plainly: w[g] holds the
+// group writing colour g (red, green, blue, alpha), its weights of red,
+// green, blue and alpha, then the offset; normalising is left to the caller.
+using Weights = std::array<std::array<double, 5>, 4>;
+
+// A double as text that reads back as the same double.
+std::string exactText(double v) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.17g", v);
+    return text;
+}
+
+template <class T>
+std::array<T, 4> blended(const Weights& w, const std::array<T, 4>& c, double full) {
+    double v[4];
+    for (int g = 0; g < 4; ++g)
+        v[g] = double(c[0]) * w[g][0] + double(c[1]) * w[g][1] + double(c[2]) * w[g][2] + double(c[3]) * w[g][3] +
+               w[g][4] * full;
+    const double a = v[3] < 0.0 ? 0.0 : (v[3] <= full ? v[3] : full);
+    std::array<T, 4> out{};
+    for (int g = 0; g < 3; ++g) out[g] = static_cast<T>(v[g] < 0.0 ? 0.0 : (v[g] <= a ? v[g] : a));
+    out[3] = static_cast<T>(a);
+    return out;
+}
+
+// Random frames of eight widths, so that every remainder of the four- and
+// eight-pixel steps is met, rendered whole and in a window that starts at
+// an odd column; random weights and offsets, normalised and not, against
+// the plain formula. The weights are hundredths, eighths (whole multiples
+// of a power of two, which bytes may sum on integers) or whole numbers up
+// to the range's ends. Outside the window the output stays untouched.
+TEST_F(ChannelBlendTest, EveryPixelFollowsThePlainFormula) {
+    constexpr int kHeight = 9;
+    const char* const groups[] = {"RED", "GREEN", "BLUE", "ALPHA"};
+    const char* const terms[] = {"R", "G", "B", "A", "Offset"};
+    const char* const kinds[] = {"hundredths", "eighths", "whole"};
+    const double wholes[] = {-255, -1, 0, 1, 2, 255};
+    std::mt19937 random(1230);
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::uniform_real_distribution<float> value(-0.25f, 1.25f);
+    std::uniform_int_distribution<int> hundredths(-250, 250);
+    std::uniform_int_distribution<int> eighths(-24, 24);
+    std::uniform_int_distribution<int> pick(0, 5);
+    for (int width = 29; width <= 36; ++width) {
+        for (int kind = 0; kind < 3; ++kind) {
+            const bool normalize = width % 2 == 1;
+            const auto draw = [&] {
+                return kind == 0 ? hundredths(random) / 100.0
+                                 : (kind == 1 ? eighths(random) / 8.0 : wholes[pick(random)]);
+            };
+            // Alpha near the source's, a sixteenth of a draw away, so that
+            // the colours are seldom all held to an alpha of 0.
+            Weights w;
+            for (int g = 0; g < 4; ++g)
+                for (int t = 0; t < 5; ++t) w[g][t] = g < 3 ? draw() : (t == 3 ? 1.0 : 0.0) + draw() / 16;
+            for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+                ofxhost::ImageBuffer bytes(width, kHeight, Depth::Byte, order);
+                ofxhost::ImageBuffer floats(width, kHeight, Depth::Float, order);
+                for (int y = 0; y < kHeight; ++y) {
+                    for (int x = 0; x < width; ++x) {
+                        for (int c = 0; c < 4; ++c) {
+                            bytes.setByte(x, y, c, static_cast<uint8_t>(byte(random)));
+                            floats.setFloat(x, y, c, value(random));
+                        }
+                    }
+                }
+                Weights used = w;
+                for (auto& group : used) {
+                    const double sum = group[0] + group[1] + group[2] + group[3] + group[4];
+                    if (normalize && sum > 0.0)
+                        for (double& term : group) term /= sum;
+                }
+                for (const auto* source : {&bytes, &floats}) {
+                    const bool isBytes = source->depth() == Depth::Byte;
+                    SCOPED_TRACE(std::to_string(width) + " " + kinds[kind] + " " + ofxhost::depthName(source->depth()) +
+                                 " " + ofxhost::orderName(order) + (normalize ? " normalised" : ""));
+                    auto inst = filterOn(*plugin, *source);
+                    inst->setValueText("Normalize", normalize ? "true" : "false");
+                    for (int g = 0; g < 4; ++g)
+                        for (int t = 0; t < 5; ++t)
+                            inst->setValueText(std::string(groups[g]) + " weight " + terms[t], exactText(w[g][t]));
+                    const auto want = [&](int x, int y) -> Rgba {
+                        if (isBytes) {
+                            std::array<int, 4> c;
+                            for (int k = 0; k < 4; ++k) c[k] = source->byteAt(x, y, k);
+                            const auto out = blended(used, c, 255.0);
+                            return {float(out[0]), float(out[1]), float(out[2]), float(out[3])};
+                        }
+                        std::array<float, 4> c;
+                        for (int k = 0; k < 4; ++k) c[k] = source->floatAt(x, y, k);
+                        return blended(used, c, 1.0);
+                    };
+                    const ofxhost::RectI window{3, 1, width - 2, kHeight - 1};
+                    for (bool entire : {true, false}) {
+                        ofxhost::RenderOptions options;
+                        options.depth = source->depth();
+                        options.order = order;
+                        if (!entire) options.window = window;
+                        auto out = inst->makeOutput(options);
+                        ASSERT_EQ(inst->render(0.0, options, out), kOfxStatOK);
+                        for (int y = 0; y < kHeight; ++y) {
+                            for (int x = 0; x < width; ++x) {
+                                const bool inside =
+                                    entire || (x >= window.x1 && x < window.x2 && y >= window.y1 && y < window.y2);
+                                ASSERT_EQ(pixelAt(out, x, y), inside ? want(x, y) : Rgba{})
+                                    << (entire ? "entire " : "window ") << x << "," << y;
+                            }
+                        }
+                    }
+                }
+            }
+        }
     }
 }
 

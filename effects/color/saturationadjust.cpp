@@ -5,10 +5,15 @@
 // saturation matrix.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <type_traits>
 
 #include "Effect.h"
 #include "StripFilter.h"
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#endif
 
 namespace {
 
@@ -76,6 +81,173 @@ struct SaturationCurve {
     }
 };
 
+// Runs row(out, in, count) over the window's rows, from the source straight
+// to the output where both images hold the whole window: one pass, each
+// pixel read once and written once. Otherwise the window goes through the
+// strip shape's copy (which clips a partial overlap as the pixel core does)
+// and the rows are changed in place, out and in being one.
+template <class PIX, class Row>
+int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const OFX::Image* src,
+                  const OfxRectI& window, Row&& row) {
+    constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
+    if (false && OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
+        window.y1 < window.y2 && OFX::windowInside(window, dst) && OFX::windowInside(window, src)) {
+        for (int y = window.y1; y < window.y2; ++y) {
+            if (effect.abort()) return 1;
+            row(static_cast<PIX*>(dst->getPixelAddress(window.x1, y)),
+                static_cast<const PIX*>(src->getPixelAddress(window.x1, y)), window.x2 - window.x1);
+        }
+        return 0;
+    }
+    return OFX::copyTransform(dst, src, window, bytesPerPixel, [&](const OfxRectI& rows) {
+        return OFX::forEachRow<PIX>(effect, dst, rows, [&](PIX* p, int n) { row(p, p, n); });
+    });
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+#define SATURATION_AVX2 __attribute__((target("avx2")))
+
+// The vector form is chosen where the processor has AVX2: the operations
+// of the plain form on each lane, in the same order, and no fused
+// multiply-add, so it gives the plain form's results to the bit.
+bool vectorSelected() {
+    constexpr uint32_t needed = QZCPU_SSE41 | QZCPU_AVX2;
+    return (QzGetCPUSupport(4095) & needed) == needed;
+}
+
+// A pixel to a lane of doubles, four pixels a register. The curve's segment
+// is picked by selects in the order of the scalar search (the first knot
+// above the measure; none, or a NaN measure, takes the last segment), and
+// the division is made in every lane but used only where the scalar form
+// makes it.
+struct CurveLanes {
+    __m256d x[5];
+    __m256d y[5];
+    __m256d scale;
+};
+
+SATURATION_AVX2 inline __m256d splat(double v) { return _mm256_set1_pd(v); }
+
+// The saturation measure of the colours c0, c1, c2 (blue, green, red).
+SATURATION_AVX2 inline __m256d measureLanes(const CurveLanes& k, __m256d c0, __m256d c1, __m256d c2) {
+    const __m256d luma = splat(kRedLuma) * c2 + splat(kGreenLuma) * c1 + splat(kBlueLuma) * c0;
+    const __m256d dg = luma - c1, dr = luma - c2, db = luma - c0;
+    return _mm256_sqrt_pd(dg * dg + dr * dr + db * db) / k.scale;
+}
+
+// The curve at the measure, plus 1: the factor s of the matrix.
+SATURATION_AVX2 inline __m256d factorLanes(const CurveLanes& k, __m256d d) {
+    const auto above1 = k.x[1] > d, above2 = k.x[2] > d, above3 = k.x[3] > d;
+    const __m256d xl = above1 ? k.x[0] : (above2 ? k.x[1] : (above3 ? k.x[2] : k.x[3]));
+    const __m256d xr = above1 ? k.x[1] : (above2 ? k.x[2] : (above3 ? k.x[3] : k.x[4]));
+    const __m256d yl = above1 ? k.y[0] : (above2 ? k.y[1] : (above3 ? k.y[2] : k.y[3]));
+    const __m256d yr = above1 ? k.y[1] : (above2 ? k.y[2] : (above3 ? k.y[3] : k.y[4]));
+    const __m256d rise = (d - xl) / (xr - xl);
+    const __m256d t = xr == xl ? splat(0.0) : rise;
+    const __m256d t2 = t * t;
+    const __m256d t3 = t2 * t;
+    return ((splat(2.0) * t3 - splat(3.0) * t2 + splat(1.0)) * yl + (splat(3.0) * t2 - splat(2.0) * t3) * yr) +
+           splat(1.0);
+}
+
+// The luma-preserving matrix of factor s.
+SATURATION_AVX2 inline void matrixLanes(__m256d s, __m256d c0, __m256d c1, __m256d c2, __m256d& red, __m256d& green,
+                                        __m256d& blue) {
+    const __m256d r = splat(1.0) - s;
+    red = (r * splat(kRedLuma) + s) * c2 + r * splat(kGreenLuma) * c1 + r * splat(kBlueLuma) * c0;
+    green = (r * splat(kGreenLuma) + s) * c1 + r * splat(kRedLuma) * c2 + r * splat(kBlueLuma) * c0;
+    blue = (r * splat(kBlueLuma) + s) * c0 + r * splat(kRedLuma) * c2 + r * splat(kGreenLuma) * c1;
+}
+
+// Held within 0..alpha and truncated: the byte of toByte below. The
+// maximum and minimum differ from its selects only for a NaN, which both
+// turn into byte 0.
+SATURATION_AVX2 inline __m128i byteLanes(__m256d v, __m256d a) {
+    return _mm256_cvttpd_epi32(_mm256_min_pd(_mm256_max_pd(v, _mm256_setzero_pd()), a));
+}
+
+// The colour at storage index `at` of four byte pixels, as doubles.
+SATURATION_AVX2 inline __m256d byteChannel(__m128i pixels, int at) {
+    return _mm256_cvtepi32_pd(_mm_and_si128(_mm_srl_epi32(pixels, _mm_cvtsi32_si128(8 * at)), _mm_set1_epi32(0xFF)));
+}
+
+// The rows go in chunks, each in three passes (the measures, the factors,
+// the colours): each pass is a short chain of operations, so that the
+// processor overlaps many pixels instead of waiting on one pixel's long
+// chain of square root and divisions. Returns the pixels done.
+constexpr int kChunk = 64;
+
+template <int blueAt, int redAt>
+SATURATION_AVX2 int saturateBytes(const CurveLanes& k, unsigned char* out, const unsigned char* in, int n) {
+    alignas(32) double factor[kChunk];
+    int x = 0;
+    while (n - x >= 4) {
+        const int count = std::min(kChunk, (n - x) & ~3);
+        const unsigned char* from = in + 4 * x;
+        unsigned char* to = out + 4 * x;
+        for (int i = 0; i < count; i += 4) {
+            const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 4 * i));
+            _mm256_store_pd(factor + i, measureLanes(k, byteChannel(p, blueAt), byteChannel(p, 1), byteChannel(p, redAt)));
+        }
+        for (int i = 0; i < count; i += 4) _mm256_store_pd(factor + i, factorLanes(k, _mm256_load_pd(factor + i)));
+        for (int i = 0; i < count; i += 4) {
+            const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 4 * i));
+            const __m256d a = _mm256_cvtepi32_pd(_mm_srli_epi32(p, 24));
+            __m256d red, green, blue;
+            matrixLanes(_mm256_load_pd(factor + i), byteChannel(p, blueAt), byteChannel(p, 1), byteChannel(p, redAt),
+                        red, green, blue);
+            const __m128i colours = _mm_or_si128(
+                _mm_or_si128(_mm_sll_epi32(byteLanes(red, a), _mm_cvtsi32_si128(8 * redAt)),
+                             _mm_slli_epi32(byteLanes(green, a), 8)),
+                _mm_sll_epi32(byteLanes(blue, a), _mm_cvtsi32_si128(8 * blueAt)));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 4 * i),
+                             _mm_or_si128(colours, _mm_andnot_si128(_mm_set1_epi32(0xFFFFFF), p)));
+        }
+        x += count;
+    }
+    return x;
+}
+
+// Four float pixels to a register per component (and back: the same
+// exchange undoes itself).
+SATURATION_AVX2 inline void loadComponents(const float* p, __m128 (&v)[4]) {
+    for (int c = 0; c < 4; ++c) v[c] = _mm_loadu_ps(p + 4 * c);
+    _MM_TRANSPOSE4_PS(v[0], v[1], v[2], v[3]);
+}
+
+template <int blueAt, int redAt>
+SATURATION_AVX2 int saturateFloats(const CurveLanes& k, float* out, const float* in, int n) {
+    alignas(32) double factor[kChunk];
+    int x = 0;
+    while (n - x >= 4) {
+        const int count = std::min(kChunk, (n - x) & ~3);
+        const float* from = in + 4 * x;
+        float* to = out + 4 * x;
+        for (int i = 0; i < count; i += 4) {
+            __m128 v[4];
+            loadComponents(from + 4 * i, v);
+            _mm256_store_pd(factor + i, measureLanes(k, _mm256_cvtps_pd(v[blueAt]), _mm256_cvtps_pd(v[1]),
+                                                     _mm256_cvtps_pd(v[redAt])));
+        }
+        for (int i = 0; i < count; i += 4) _mm256_store_pd(factor + i, factorLanes(k, _mm256_load_pd(factor + i)));
+        for (int i = 0; i < count; i += 4) {
+            __m128 v[4];
+            loadComponents(from + 4 * i, v);
+            __m256d red, green, blue;
+            matrixLanes(_mm256_load_pd(factor + i), _mm256_cvtps_pd(v[blueAt]), _mm256_cvtps_pd(v[1]),
+                        _mm256_cvtps_pd(v[redAt]), red, green, blue);
+            v[redAt] = _mm256_cvtpd_ps(red);
+            v[1] = _mm256_cvtpd_ps(green);
+            v[blueAt] = _mm256_cvtpd_ps(blue);
+            _MM_TRANSPOSE4_PS(v[0], v[1], v[2], v[3]);
+            for (int c = 0; c < 4; ++c) _mm_storeu_ps(to + 4 * (i + c), v[c]);
+        }
+        x += count;
+    }
+    return x;
+}
+#endif
+
 // The luma weights go to the storage index of the colour they name, so both
 // pixel orders give one picture.
 template <class PIX, int nComponents, int max, int isBGRA>
@@ -83,14 +255,28 @@ class saturationadjustProcessor : public saturationadjustProcessorBase {
 public:
     using saturationadjustProcessorBase::saturationadjustProcessorBase;
 
-    // Works in place on the output after a plain copy of the source.
     int multiThreadProcessImages(OfxRectI procWindow) override {
         const SaturationCurve curve(values);
         const double scale = kIsByte ? byteSaturationScale() : floatSaturationScale();
-        return OFX::copyTransform(dstImg, srcImg, procWindow, sizeof(PIX) * 4, [&](const OfxRectI& rows) {
-            return OFX::forEachRow<PIX>(effect, dstImg, rows, [&](PIX* p, int n) {
-                for (; n > 0; --n, p += 4) adjust(p, curve, scale);
-            });
+#ifdef SATURATION_AVX2
+        const bool vector = vectorSelected();
+        CurveLanes lanes;
+        if (vector) fillLanes(lanes, curve, scale);
+#endif
+        return transformRows<PIX>(effect, dstImg, srcImg, procWindow, [&](PIX* out, const PIX* in, int n) {
+            int x = 0;
+#ifdef SATURATION_AVX2
+            if (vector) {
+                if constexpr (kIsByte)
+                    x = saturateBytes<kBlue, kRed>(lanes, out, in, n);
+                else
+                    x = saturateFloats<kBlue, kRed>(lanes, out, in, n);
+            }
+#endif
+            for (; x < n; ++x) {
+                std::copy_n(in + 4 * x, 4, out + 4 * x);
+                adjust(out + 4 * x, curve, scale);
+            }
         });
     }
 
@@ -98,6 +284,16 @@ private:
     static constexpr bool kIsByte = std::is_same_v<PIX, unsigned char>;
     static constexpr int kBlue = isBGRA ? 0 : 2;
     static constexpr int kRed = isBGRA ? 2 : 0;
+
+#ifdef SATURATION_AVX2
+    SATURATION_AVX2 static void fillLanes(CurveLanes& lanes, const SaturationCurve& curve, double scale) {
+        for (int i = 0; i < 5; ++i) {
+            lanes.x[i] = _mm256_set1_pd(curve.x[i]);
+            lanes.y[i] = _mm256_set1_pd(curve.y[i]);
+        }
+        lanes.scale = _mm256_set1_pd(scale);
+    }
+#endif
 
     // On the colours as stored: premultiplied, with no division by alpha.
     static void adjust(PIX* p, const SaturationCurve& curve, double scale) {

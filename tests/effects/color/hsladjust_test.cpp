@@ -1,6 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
 #include <map>
+#include <random>
 
 #include "EffectTest.h"
 #include "ofxImageEffect.h"
@@ -13,6 +19,133 @@ using ofxhost::PixelOrder;
 namespace {
 
 using Settings = std::map<std::string, std::string>;
+
+// The defined conversions and change, pixel by pixel, for the vector rows
+// to be held to. Colours in red, green, blue order; bytes 0..255.
+struct Change {
+    double hue, saturation, luminance;
+};
+
+constexpr double kByteScale = 0.00392156862745098;
+constexpr double kSixth = 0.16666666666666666;
+constexpr double kNudge = double(1e-6f);
+
+double hueOf(double r, double g, double b, double mx, double mn, double k) {
+    if (r == mx) return g == mn ? ((mx - b) * k + 5.0) * kSixth : (1.0 - (mx - g) * k) * kSixth;
+    if (g == mx) return b == mn ? ((mx - r) * k + 1.0) * kSixth : (3.0 - (mx - b) * k) * kSixth;
+    return r == mn ? ((mx - g) * k + 3.0) * kSixth : (5.0 - (mx - r) * k) * kSixth;
+}
+
+// The colour of a sextant, or false past 6, at or below -1 and for NaN.
+bool sextant(double (&c)[3], double h, double v, double m, double t) {
+    const double sext = std::trunc(h * 6.0);
+    if (!(sext > -1.0 && sext <= 6.0)) return false;
+    const double p = t + m, q = v - t;
+    const double table[7][3] = {{v, p, m}, {q, v, m}, {m, v, p}, {m, q, v}, {p, m, v}, {v, m, q}, {v, p, m}};
+    std::copy_n(table[static_cast<int>(sext)], 3, c);
+    return true;
+}
+
+double fraction(double h) { return h * 6.0 - std::trunc(h * 6.0); }
+
+uint8_t truncByte(double v) { return !(v > 0.0) ? 0 : (v >= 255.0 ? 255 : static_cast<uint8_t>(v)); }
+
+Rgba adjustedBytes(const Change& k, const Rgba& in) {
+    const double r = in[0] * kByteScale, g = in[1] * kByteScale, b = in[2] * kByteScale;
+    const double mx = std::max(std::max(r, g), b), mn = std::min(std::min(r, g), b);
+    double l = (mn + mx) * 0.5, h = 0.0, s = 0.0;
+    if (l > 0.0 && mx - mn > 0.0) {
+        const double d = mx - mn;
+        s = l <= 0.5 ? d / (mn + mx) : d / (2.0 - mx - mn);
+        h = hueOf(r, g, b, mx, mn, 1.0 / d);
+    }
+    h += k.hue;
+    if (h > 1.0) h -= 1.0;
+    s = std::clamp(s * k.saturation, 0.0, 1.0);
+    l = std::clamp(l * k.luminance, 0.0, 1.0);
+    const double v = l <= 0.5 ? (s + 1.0) * l : (l + s) - l * s;
+    const uint8_t alpha = truncByte(in[3] * kByteScale * 255.0);
+    Rgba out{in[0], in[1], in[2], float(alpha)};
+    double c[3];
+    if (v <= 0.0) {
+        out[0] = out[1] = out[2] = 0;
+    } else if (sextant(c, h, v, l + l - v, ((v - (l + l - v)) / v) * v * fraction(h))) {
+        for (int i = 0; i < 3; ++i) out[i] = truncByte(c[i] * 255.0);
+    }
+    for (int i = 0; i < 3; ++i) out[i] = std::min(out[i], out[3]);
+    return out;
+}
+
+Rgba adjustedFloats(const Change& k, const Rgba& in) {
+    double r = in[0], g = in[1], b = in[2];
+    double mx = std::max(std::max(r, g), b), mn = std::min(std::min(r, g), b);
+    double sum = mn + mx;
+    if ((sum > 1.9999990000000025 && sum < 2.0) || (sum >= 2.0 && sum < 2.0000009999999975)) {
+        mx += sum < 2.0 ? -kNudge : kNudge;
+        (r > g && r > b ? r : g > b ? g : b) = mx;
+    }
+    sum = mn + mx;
+    if ((sum > -kNudge && sum < 0.0) || (sum >= 0.0 && sum < kNudge)) {
+        mn += sum < 0.0 ? -kNudge : kNudge;
+        (g > r && b > r ? r : b > g ? g : b) = mn;
+    }
+    const double d = mx - mn;
+    double l = (mn + mx) * 0.5, s = d, h = 0.0;
+    if (!(-kNudge <= d && d < kNudge)) {
+        s = l <= 0.5 ? d / (mn + mx) : d / (2.0 - mx - mn);
+        if (l < 0.0 || l > 1.0) s = -s;
+        h = hueOf(r, g, b, mx, mn, 1.0 / d);
+    }
+    h += k.hue;
+    h -= std::trunc(h);
+    s *= k.saturation;
+    l *= k.luminance;
+    if ((l <= 0.5 && l < 0.0) || (l > 0.5 && l > 1.0)) s = -s;
+    const double v = l <= 0.5 ? (s + 1.0) * l : l + s - l * s;
+    const double m = l + l - v;
+    Rgba out = in;
+    double c[3];
+    if (sextant(c, h, v, m, fraction(h) * (v - m)))
+        for (int i = 0; i < 3; ++i) out[i] = float(c[i]);
+    return out;
+}
+
+bool samePixel(const Rgba& a, const Rgba& b) {
+    for (int c = 0; c < 4; ++c)
+        if (std::memcmp(&a[c], &b[c], sizeof(float)) != 0 && !(std::isnan(a[c]) && std::isnan(b[c]))) return false;
+    return true;
+}
+
+// Every byte value in each colour against random alphas, with greys, or
+// random floats in and out of range with the sums of 0 and 2 that the float
+// pair nudges, NaN and the infinities. The width leaves a remainder after
+// the vector steps.
+ofxhost::ImageBuffer sweep(Depth depth, uint32_t seed) {
+    constexpr int kWidth = 257, kHeight = 256;
+    ofxhost::ImageBuffer image(kWidth, kHeight, depth, PixelOrder::RGBA);
+    std::mt19937 rng(seed);
+    const float specials[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                              -std::numeric_limits<float>::infinity(), 0.0f, -0.0f, 1.0f, 2.0f, -1.0f,
+                              1.0f - 4e-7f, 1.0f + 4e-7f, 4e-7f, -4e-7f};
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            if (depth == Depth::Byte) {
+                const uint8_t grey = uint8_t(rng());
+                const bool flat = rng() % 8 == 0;
+                const uint8_t v[4] = {uint8_t(x), flat ? uint8_t(x) : uint8_t(y), flat ? uint8_t(x) : grey,
+                                      uint8_t(rng() % 4 == 0 ? 255 : rng())};
+                for (int c = 0; c < 4; ++c) image.setByte(x, y, c, v[c]);
+            } else {
+                for (int c = 0; c < 4; ++c) {
+                    const uint32_t r = rng();
+                    image.setFloat(x, y, c, r % 8 == 0 ? specials[(r >> 8) % std::size(specials)]
+                                                       : float(r >> 8) / float(1 << 24) * 1.5f - 0.25f);
+                }
+            }
+        }
+    }
+    return image;
+}
 
 class HSLAdjustTest : public ::testing::Test {
 protected:
@@ -101,6 +234,32 @@ TEST_F(HSLAdjustTest, BothPixelOrdersGiveOnePicture) {
         const std::string what = settings.empty() ? "defaults" : "turned, saturated and darkened";
         expectOnePicture(*inst, Depth::Byte, what);
         expectOnePicture(*inst, Depth::Float, what);
+    }
+}
+
+// The vector rows against the conversions written out above.
+TEST_F(HSLAdjustTest, EveryPixelFollowsThePlainConversions) {
+    const Change cases[] = {{0, 1, 1}, {0.3, 1.4, 0.8}, {1, 0, 2}, {0.75, 2, 0.5}, {0.5, 0.6, 0}};
+    for (Depth depth : {Depth::Byte, Depth::Float}) {
+        const auto source = sweep(depth, 9);
+        for (const Change& k : cases) {
+            for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+                auto inst = filterOn(*plugin, source);
+                inst->setValueText("Output", std::to_string(k.hue));
+                inst->setValueText("Saturation", std::to_string(k.saturation));
+                inst->setValueText("Luminance", std::to_string(k.luminance));
+                const auto out = renderVariant(*inst, {depth, order});
+                for (int y = 0; y < source.height(); ++y) {
+                    for (int x = 0; x < source.width(); ++x) {
+                        const Rgba in = pixelAt(source, x, y);
+                        const Rgba want = depth == Depth::Byte ? adjustedBytes(k, in) : adjustedFloats(k, in);
+                        ASSERT_TRUE(samePixel(pixelAt(out, x, y), want))
+                            << ofxhost::depthName(depth) << " " << ofxhost::orderName(order) << " hue " << k.hue
+                            << " at " << x << "," << y;
+                    }
+                }
+            }
+        }
     }
 }
 

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
 #include <map>
+#include <random>
 
 #include "EffectTest.h"
 #include "ofxImageEffect.h"
@@ -13,6 +16,46 @@ using ofxhost::PixelOrder;
 namespace {
 
 using Settings = std::map<std::string, std::string>;
+
+// The defined conversions and change on bytes, pixel by pixel, with the C
+// library's pow: what the vector rows, which do without it, must give.
+// Colours in red, green, blue order, 0..255.
+struct Change {
+    double lightness, a, b;  // the sliders
+    bool invert;
+    double desaturate;
+};
+
+double decoded(double c) { return c > 0.04045 ? std::pow((c + 0.055) / 1.055, 2.4) : c / 12.92; }
+double encoded(double c) { return c > 0.0031308 ? std::pow(c, 0.4166666666666667) * 1.055 - 0.055 : c * 12.92; }
+double forward(double t) {
+    return t > 0.008856 ? std::pow(t, 0.3333333333333333) : t * 7.7870001792907715 + 0.13793103448275862;
+}
+double inverse(double t) {
+    const double cube = std::pow(t, 3.0);
+    return cube > 0.008856 ? cube : (t - 0.13793103448275862) / 7.787;
+}
+uint8_t byteOf(double c) { return !(c > 0.0) ? 0 : (c >= 1.0 ? 255 : static_cast<uint8_t>(c * 255.0)); }
+
+Rgba adjustedBytes(const Change& k, const Rgba& in) {
+    const double r = decoded(in[0] * 0.00392156862745098), g = decoded(in[1] * 0.00392156862745098),
+                 b = decoded(in[2] * 0.00392156862745098);
+    const double fx = forward((0.4124 * r + 0.3576 * g + 0.1805 * b) / 0.95047);
+    const double fy = forward(0.2126 * r + 0.7152 * g + 0.0722 * b);
+    const double fz = forward((0.0193 * r + 0.1192 * g + 0.9505 * b) / 1.08883);
+    const double chroma = 1.0 - k.desaturate;
+    const double lightness = (k.invert ? 95.5806655883789 - (116.0 * fy - 16.0) : 116.0 * fy - 16.0) * k.lightness;
+    const double a = (500.0 * (fx - fy) + k.a * 100.0) * chroma;
+    const double bb = (200.0 * (fy - fz) + k.b * 100.0) * chroma;
+    const double y2 = (lightness + 16.0) / 116.0;
+    const double x = inverse(a / 500.0 + y2) * 0.950469970703125, y = inverse(y2),
+                 z = inverse(y2 - bb / 200.0) * 1.0888299942016602;
+    const uint8_t out[3] = {byteOf(encoded(3.2406 * x - 1.5372 * y - 0.4986 * z)),
+                            byteOf(encoded(1.8758 * y - 0.9689 * x + 0.0415 * z)),
+                            byteOf(encoded(0.0557 * x - 0.204 * y + 1.057 * z))};
+    return {float(std::min(out[0], uint8_t(in[3]))), float(std::min(out[1], uint8_t(in[3]))),
+            float(std::min(out[2], uint8_t(in[3]))), in[3]};
+}
 
 const Settings kInvert{{"InvertLuminance", "true"}};
 
@@ -96,6 +139,38 @@ TEST_F(LABAdjustTest, BothPixelOrdersGiveOnePicture) {
         const std::string what = settings.empty() ? "defaults" : "inverted with both axes shifted";
         expectOnePicture(*inst, Depth::Byte, what);
         expectOnePicture(*inst, Depth::Float, what);
+    }
+}
+
+// The byte rows convert without pow and check their own margins; over every
+// byte value in each colour, under settings to the ends of their ranges,
+// every pixel must still be the exact conversion's.
+TEST_F(LABAdjustTest, EveryBytePixelIsTheExactConversion) {
+    constexpr int kWidth = 259, kHeight = 256;
+    ofxhost::ImageBuffer source(kWidth, kHeight, Depth::Byte, PixelOrder::RGBA);
+    std::mt19937 rng(4);
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            const uint8_t v[4] = {uint8_t(x), uint8_t(y), uint8_t(rng()), uint8_t(rng() % 4 == 0 ? 255 : rng())};
+            for (int c = 0; c < 4; ++c) source.setByte(x, y, c, v[c]);
+        }
+    }
+    const Change cases[] = {{1, 0, 0, false, 0},    {2, 1, -1, false, 0},    {1.5, 0.25, -0.5, false, 0.25},
+                            {0.75, -0.125, 0.375, true, 0}, {0, 0, 0, false, 0}, {2, -1, 1, true, 1}};
+    for (const Change& k : cases) {
+        for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+            auto inst = filterOn(*plugin, source);
+            inst->setValueText("Lightness", std::to_string(k.lightness));
+            inst->setValueText("lightness", std::to_string(k.a));
+            inst->setValueText("Channelb", std::to_string(k.b));
+            inst->setValueText("InvertLuminance", k.invert ? "true" : "false");
+            inst->setValueText("Desaturate", std::to_string(k.desaturate));
+            const auto out = renderVariant(*inst, {Depth::Byte, order});
+            for (int y = 0; y < kHeight; ++y)
+                for (int x = 0; x < kWidth; ++x)
+                    ASSERT_EQ(pixelAt(out, x, y), adjustedBytes(k, pixelAt(source, x, y)))
+                        << ofxhost::orderName(order) << " lightness " << k.lightness << " at " << x << "," << y;
+        }
     }
 }
 

@@ -1,6 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
 #include <map>
+#include <random>
 
 #include "EffectTest.h"
 #include "ofxImageEffect.h"
@@ -13,6 +19,69 @@ using ofxhost::PixelOrder;
 namespace {
 
 using Settings = std::map<std::string, std::string>;
+
+// The defined arithmetic, pixel by pixel, for the vector rows to be held
+// to: the five knots of the curve, the measure, the matrix. Colours in
+// red, green, blue order; bytes 0..255.
+struct Curve {
+    double amount, center, spread, low, high;
+};
+
+Rgba saturated(const Curve& k, const Rgba& in, bool bytes) {
+    const double x[5] = {0.0, std::max(0.0, k.center - k.spread / 2), k.center, std::min(1.0, k.center + k.spread / 2),
+                         1.0};
+    const float y[5] = {float(k.low), float(k.low), float(k.amount), float(k.high), float(k.high)};
+    const double blue = in[2], green = in[1], red = in[0];
+    const double luma = 0.299 * red + 0.587 * green + 0.114 * blue;
+    const double dg = luma - green, dr = luma - red, db = luma - blue;
+    const double d = std::sqrt(dg * dg + dr * dr + db * db) / std::sqrt(bytes ? 55902.447675 : 0.859707);
+    int i = 1;
+    while (i < 4 && !(x[i] > d)) ++i;
+    const double t = x[i] == x[i - 1] ? 0.0 : (d - x[i - 1]) / (x[i] - x[i - 1]);
+    const double t2 = t * t, t3 = t2 * t;
+    const double s = (2.0 * t3 - 3.0 * t2 + 1.0) * y[i - 1] + (3.0 * t2 - 2.0 * t3) * y[i] + 1.0;
+    const double r = 1.0 - s;
+    const double out[3] = {(r * 0.299 + s) * red + r * 0.587 * green + r * 0.114 * blue,
+                           (r * 0.587 + s) * green + r * 0.299 * red + r * 0.114 * blue,
+                           (r * 0.114 + s) * blue + r * 0.299 * red + r * 0.587 * green};
+    Rgba result = in;
+    for (int c = 0; c < 3; ++c)
+        result[c] = bytes ? float(static_cast<uint8_t>(out[c] < 0.0 ? 0.0 : (out[c] > in[3] ? in[3] : out[c])))
+                          : float(out[c]);
+    return result;
+}
+
+bool samePixel(const Rgba& a, const Rgba& b) {
+    for (int c = 0; c < 4; ++c)
+        if (std::memcmp(&a[c], &b[c], sizeof(float)) != 0 && !(std::isnan(a[c]) && std::isnan(b[c]))) return false;
+    return true;
+}
+
+// Every byte value in each colour against random alphas (colours above
+// alpha too), or random floats, some far out of range, with NaN and the
+// infinities mixed in. The width leaves a remainder after the vector steps.
+ofxhost::ImageBuffer sweep(Depth depth, uint32_t seed) {
+    constexpr int kWidth = 258, kHeight = 256;
+    ofxhost::ImageBuffer image(kWidth, kHeight, depth, PixelOrder::RGBA);
+    std::mt19937 rng(seed);
+    const float specials[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                              -std::numeric_limits<float>::infinity(), -0.0f, 1e30f, -3.0f, 7.0f};
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            if (depth == Depth::Byte) {
+                const uint8_t v[4] = {uint8_t(x), uint8_t(y), uint8_t(rng()), uint8_t(rng() % 4 == 0 ? 255 : rng())};
+                for (int c = 0; c < 4; ++c) image.setByte(x, y, c, v[c]);
+            } else {
+                for (int c = 0; c < 4; ++c) {
+                    const uint32_t r = rng();
+                    image.setFloat(x, y, c, r % 32 == 0 ? specials[(r >> 8) % std::size(specials)]
+                                                        : float(r >> 8) / float(1 << 24) * 1.5f - 0.25f);
+                }
+            }
+        }
+    }
+    return image;
+}
 
 class SaturationAdjustTest : public ::testing::Test {
 protected:
@@ -104,6 +173,33 @@ TEST_F(SaturationAdjustTest, BothPixelOrdersGiveOnePicture) {
         const std::string what = settings.empty() ? "defaults" : "a shaped curve";
         expectOnePicture(*inst, Depth::Byte, what);
         expectOnePicture(*inst, Depth::Float, what);
+    }
+}
+
+// The vector rows against the arithmetic written out above: the defaults,
+// a shaped curve, and curves whose first or last segment has no length.
+TEST_F(SaturationAdjustTest, EveryPixelFollowsThePlainArithmetic) {
+    const Curve cases[] = {{0, 0.5, 0.5, 0, 0},     {0.7, 0.3, 0.4, -0.5, 0.8},   {-1, 0, 0.01, 0.6, -0.3},
+                           {0.25, 1, 1, -1, 1},     {1, 0.5, 1, -1, -0.2}};
+    for (Depth depth : {Depth::Byte, Depth::Float}) {
+        const auto source = sweep(depth, 3);
+        for (const Curve& k : cases) {
+            for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+                auto inst = filterOn(*plugin, source);
+                const std::pair<const char*, double> values[] = {
+                    {"Amount", k.amount}, {"Center", k.center}, {"Spread", k.spread}, {"Low", k.low}, {"High", k.high}};
+                for (const auto& [name, value] : values) inst->setValueText(name, std::to_string(value));
+                const auto out = renderVariant(*inst, {depth, order});
+                for (int y = 0; y < source.height(); ++y) {
+                    for (int x = 0; x < source.width(); ++x) {
+                        ASSERT_TRUE(samePixel(pixelAt(out, x, y),
+                                              saturated(k, pixelAt(source, x, y), depth == Depth::Byte)))
+                            << ofxhost::depthName(depth) << " " << ofxhost::orderName(order) << " amount " << k.amount
+                            << " at " << x << "," << y;
+                    }
+                }
+            }
+        }
     }
 }
 

@@ -8,11 +8,9 @@
 #include <type_traits>
 
 #include "Effect.h"
+#include "QzVectorPaths.h"
 #include "StripFilter.h"
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#endif
 
 namespace {
 
@@ -54,7 +52,7 @@ template <class PIX, class Row>
 int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const OFX::Image* src,
                   const OfxRectI& window, Row&& row) {
     constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
-    if (false && OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
+    if (OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
         window.y1 < window.y2 && OFX::windowInside(window, dst) && OFX::windowInside(window, src)) {
         for (int y = window.y1; y < window.y2; ++y) {
             if (effect.abort()) return 1;
@@ -68,16 +66,11 @@ int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const O
     });
 }
 
-#if defined(__x86_64__) || defined(__i386__)
-#define HSL_AVX2 __attribute__((target("avx2")))
+#ifdef QZ_HAS_VECTOR_PATHS
 
 // The vector form is chosen where the processor has AVX2: the operations
 // of the conversions on each lane, in the same order, and no fused
 // multiply-add, so it gives their results to the bit.
-bool vectorSelected() {
-    constexpr uint32_t needed = QZCPU_SSE41 | QZCPU_AVX2;
-    return (QzGetCPUSupport(4095) & needed) == needed;
-}
 
 // The conversions' constants, as the pixel core spells them.
 constexpr double kByteScale = 0.00392156862745098;
@@ -89,18 +82,18 @@ constexpr double kNudge = static_cast<double>(1e-6f);
 // division made in a lane that does not use it is discarded.
 using Lanes = __m256d;
 
-HSL_AVX2 inline Lanes splat(double v) { return _mm256_set1_pd(v); }
-HSL_AVX2 inline Lanes select(Lanes mask, Lanes yes, Lanes no) { return _mm256_blendv_pd(no, yes, mask); }
-HSL_AVX2 inline Lanes truncated(Lanes v) { return _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }
+QZ_AVX2 inline Lanes splat(double v) { return _mm256_set1_pd(v); }
+QZ_AVX2 inline Lanes select(Lanes mask, Lanes yes, Lanes no) { return _mm256_blendv_pd(no, yes, mask); }
+QZ_AVX2 inline Lanes truncated(Lanes v) { return _mm256_round_pd(v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC); }
 // std::max(a, b) and std::min(a, b): the first argument on a tie or a NaN.
-HSL_AVX2 inline Lanes stdMax(Lanes a, Lanes b) { return _mm256_max_pd(b, a); }
-HSL_AVX2 inline Lanes stdMin(Lanes a, Lanes b) { return _mm256_min_pd(b, a); }
-HSL_AVX2 inline Lanes negated(Lanes v) { return _mm256_xor_pd(v, splat(-0.0)); }
+QZ_AVX2 inline Lanes stdMax(Lanes a, Lanes b) { return _mm256_max_pd(b, a); }
+QZ_AVX2 inline Lanes stdMin(Lanes a, Lanes b) { return _mm256_min_pd(b, a); }
+QZ_AVX2 inline Lanes negated(Lanes v) { return _mm256_xor_pd(v, splat(-0.0)); }
 
 // The hue of the six sectors, k being 1 / (mx - mn), with the ties of the
 // scalar order: (mx - x) * k added to or taken from the sector's base,
 // which is the base plus or minus the same product.
-HSL_AVX2 inline Lanes hueLanes(Lanes r, Lanes g, Lanes b, Lanes mx, Lanes mn, Lanes k) {
+QZ_AVX2 inline Lanes hueLanes(Lanes r, Lanes g, Lanes b, Lanes mx, Lanes mn, Lanes k) {
     const Lanes redTop = r == mx, greenTop = g == mx;
     const Lanes greenLow = g == mn, blueLow = b == mn, redLow = r == mn;
     // Sector by sector: red top with green low (b, 5, +) or not (g, 1, -);
@@ -123,7 +116,7 @@ struct Rgb {
     Lanes r, g, b, valid;
 };
 
-HSL_AVX2 inline Rgb sextantLanes(Lanes hue, Lanes v, Lanes m, Lanes t) {
+QZ_AVX2 inline Rgb sextantLanes(Lanes hue, Lanes v, Lanes m, Lanes t) {
     const Lanes sext = truncated(hue * splat(6.0));
     const Lanes p = t + m;
     const Lanes q = v - t;
@@ -139,20 +132,20 @@ HSL_AVX2 inline Rgb sextantLanes(Lanes hue, Lanes v, Lanes m, Lanes t) {
 }
 
 // The fraction of six times the hue.
-HSL_AVX2 inline Lanes fractionLanes(Lanes hue) {
+QZ_AVX2 inline Lanes fractionLanes(Lanes hue) {
     const Lanes h6 = hue * splat(6.0);
     return h6 - truncated(h6);
 }
 
 // std::clamp(v, 0, 1) of a value that is not a NaN. A -0 may come out as
 // +0; the byte path gives both the same colour.
-HSL_AVX2 inline Lanes clampUnitLanes(Lanes v) { return _mm256_min_pd(_mm256_max_pd(v, splat(0.0)), splat(1.0)); }
+QZ_AVX2 inline Lanes clampUnitLanes(Lanes v) { return _mm256_min_pd(_mm256_max_pd(v, splat(0.0)), splat(1.0)); }
 
 // A converted colour: 0 where the maximum was not above 0, the input byte
 // where no sextant wrote, and elsewhere c * 255 truncated. With the
 // saturation and lightness held to 0..1, c lies within 0..1 but for the
 // last bit, so the plain truncation is the clamped one of the pixel core.
-HSL_AVX2 inline __m128i finishedByte(Lanes c, __m128i input, __m128i black, __m128i written) {
+QZ_AVX2 inline __m128i finishedByte(Lanes c, __m128i input, __m128i black, __m128i written) {
     return _mm_andnot_si128(black, _mm_blendv_epi8(input, _mm256_cvttpd_epi32(c * splat(255.0)), written));
 }
 
@@ -160,7 +153,7 @@ struct Change {
     Lanes hue, saturation, luminance;
 };
 
-HSL_AVX2 inline Change changeLanes(const hsladjustValues& v) {
+QZ_AVX2 inline Change changeLanes(const hsladjustValues& v) {
     return {splat(v.hue), splat(v.saturation), splat(v.luminance)};
 }
 
@@ -170,7 +163,7 @@ struct Hsl {
     Lanes h, s, l;
 };
 
-HSL_AVX2 inline Hsl byteToHslLanes(__m128i c0, __m128i c1, __m128i c2) {
+QZ_AVX2 inline Hsl byteToHslLanes(__m128i c0, __m128i c1, __m128i c2) {
     const Lanes r = _mm256_cvtepi32_pd(c2) * splat(kByteScale);
     const Lanes g = _mm256_cvtepi32_pd(c1) * splat(kByteScale);
     const Lanes b = _mm256_cvtepi32_pd(c0) * splat(kByteScale);
@@ -191,7 +184,7 @@ struct Way {
     Lanes h, v, m, rise;
 };
 
-HSL_AVX2 inline Way changedLanes(const Change& change, Hsl hsl) {
+QZ_AVX2 inline Way changedLanes(const Change& change, Hsl hsl) {
     // Pure red reads as hue 1.0; a sum of exactly 1 stays.
     Lanes h = hsl.h + change.hue;
     h = select(h > splat(1.0), h - splat(1.0), h);
@@ -205,7 +198,7 @@ HSL_AVX2 inline Way changedLanes(const Change& change, Hsl hsl) {
 
 // The new colours before the hold to alpha; c0, c1, c2 are the input bytes,
 // which stay where no sextant writes.
-HSL_AVX2 inline void byteColours(const Way& w, __m128i c0, __m128i c1, __m128i c2, __m128i& o0, __m128i& o1,
+QZ_AVX2 inline void byteColours(const Way& w, __m128i c0, __m128i c1, __m128i c2, __m128i& o0, __m128i& o1,
                                  __m128i& o2) {
     const Rgb c = sextantLanes(w.h, w.v, w.m, w.rise * fractionLanes(w.h));
     // The 64-bit masks narrowed to the 32-bit lanes of the bytes.
@@ -220,12 +213,12 @@ HSL_AVX2 inline void byteColours(const Way& w, __m128i c0, __m128i c1, __m128i c
 
 // The alpha of the round trip: a * kByteScale * 255, truncated (within
 // 0..255, so no clamp is needed).
-HSL_AVX2 inline __m128i alphaLanes(__m128i alpha) {
+QZ_AVX2 inline __m128i alphaLanes(__m128i alpha) {
     return _mm256_cvttpd_epi32(_mm256_cvtepi32_pd(alpha) * splat(kByteScale) * splat(255.0));
 }
 
 // The byte at storage index `at` of each of four pixels, in 32-bit lanes.
-HSL_AVX2 inline __m128i byteChannel(__m128i pixels, int at) {
+QZ_AVX2 inline __m128i byteChannel(__m128i pixels, int at) {
     const char z = -128;  // a zero byte
     const char i = static_cast<char>(at);
     return _mm_shuffle_epi8(pixels, _mm_setr_epi8(i, z, z, z, char(i + 4), z, z, z, char(i + 8), z, z, z,
@@ -234,7 +227,7 @@ HSL_AVX2 inline __m128i byteChannel(__m128i pixels, int at) {
 
 // Four pixels from the 32-bit lanes of their storage indices 0 to 3, each
 // colour held to the pixel's alpha.
-HSL_AVX2 inline __m128i packedPixels(__m128i s0, __m128i s1, __m128i s2, __m128i alpha) {
+QZ_AVX2 inline __m128i packedPixels(__m128i s0, __m128i s1, __m128i s2, __m128i alpha) {
     const __m128i planes = _mm_packus_epi16(_mm_packus_epi32(s0, s1), _mm_packus_epi32(s2, alpha));
     const __m128i pixels =
         _mm_shuffle_epi8(planes, _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
@@ -251,7 +244,7 @@ constexpr int kChunk = 32;
 // Four pixels a step; blueAt and redAt are the storage indices. Returns
 // the pixels done.
 template <int blueAt, int redAt>
-HSL_AVX2 int adjustBytes(const Change& change, unsigned char* out, const unsigned char* in, int n) {
+QZ_AVX2 int adjustBytes(const Change& change, unsigned char* out, const unsigned char* in, int n) {
     alignas(32) double h[kChunk], s[kChunk], l[kChunk], rise[kChunk];
     int x = 0;
     while (n - x >= 4) {
@@ -290,7 +283,7 @@ HSL_AVX2 int adjustBytes(const Change& change, unsigned char* out, const unsigne
 // right at 2 or 0 is nudged off by the f32 epsilon, the nudged value going
 // to the colour the scalar tests pick; lightness outside 0..1 carries a
 // negated saturation.
-HSL_AVX2 inline Hsl floatToHslLanes(Lanes r, Lanes g, Lanes b) {
+QZ_AVX2 inline Hsl floatToHslLanes(Lanes r, Lanes g, Lanes b) {
     Lanes mx = stdMax(stdMax(r, g), b);
     Lanes mn = stdMin(stdMin(r, g), b);
     const Lanes top = mn + mx;
@@ -327,7 +320,7 @@ HSL_AVX2 inline Hsl floatToHslLanes(Lanes r, Lanes g, Lanes b) {
 
 // The change of the float path, then its way back: the new colours, and
 // where no sextant wrote, `valid` clear.
-HSL_AVX2 inline Rgb floatFromHslLanes(const Change& change, Hsl hsl) {
+QZ_AVX2 inline Rgb floatFromHslLanes(const Change& change, Hsl hsl) {
     // The hue wraps by its integer part; saturation and lightness are left
     // unclamped.
     Lanes h = hsl.h + change.hue;
@@ -342,20 +335,20 @@ HSL_AVX2 inline Rgb floatFromHslLanes(const Change& change, Hsl hsl) {
 }
 
 // The 64-bit masks of four lanes narrowed to 32-bit lanes.
-HSL_AVX2 inline __m128 narrowedMask(Lanes mask) {
+QZ_AVX2 inline __m128 narrowedMask(Lanes mask) {
     const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
     return _mm_castsi128_ps(_mm256_castsi256_si128(_mm256_permutevar8x32_epi32(_mm256_castpd_si256(mask), pick)));
 }
 
 // Four float pixels to a register per component (and back: the same
 // exchange undoes itself).
-HSL_AVX2 inline void loadComponents(const float* p, __m128 (&v)[4]) {
+QZ_AVX2 inline void loadComponents(const float* p, __m128 (&v)[4]) {
     for (int c = 0; c < 4; ++c) v[c] = _mm_loadu_ps(p + 4 * c);
     _MM_TRANSPOSE4_PS(v[0], v[1], v[2], v[3]);
 }
 
 template <int blueAt, int redAt>
-HSL_AVX2 int adjustFloats(const Change& change, float* out, const float* in, int n) {
+QZ_AVX2 int adjustFloats(const Change& change, float* out, const float* in, int n) {
     alignas(32) double h[kChunk], s[kChunk], l[kChunk];
     int x = 0;
     while (n - x >= 4) {
@@ -398,15 +391,15 @@ public:
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
         const hsladjustValues& v = values;
-#ifdef HSL_AVX2
+#ifdef QZ_AVX2
         // The lanes take the saturation and lightness factors finite.
-        const bool vector = vectorSelected() && std::isfinite(v.saturation) && std::isfinite(v.luminance);
+        const bool vector = qz::avx2Selected() && std::isfinite(v.saturation) && std::isfinite(v.luminance);
         Change change;
         if (vector) change = changeLanes(v);
 #endif
         return transformRows<PIX>(effect, dstImg, srcImg, procWindow, [&](PIX* out, const PIX* in, int n) {
             int x = 0;
-#ifdef HSL_AVX2
+#ifdef QZ_AVX2
             if (vector) {
                 if constexpr (std::is_same_v<PIX, unsigned char>)
                     x = adjustBytes<kBlue, kRed>(change, out, in, n);

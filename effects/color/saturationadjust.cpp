@@ -9,11 +9,9 @@
 #include <type_traits>
 
 #include "Effect.h"
+#include "QzVectorPaths.h"
 #include "StripFilter.h"
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#endif
 
 namespace {
 
@@ -90,7 +88,7 @@ template <class PIX, class Row>
 int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const OFX::Image* src,
                   const OfxRectI& window, Row&& row) {
     constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
-    if (false && OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
+    if (OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
         window.y1 < window.y2 && OFX::windowInside(window, dst) && OFX::windowInside(window, src)) {
         for (int y = window.y1; y < window.y2; ++y) {
             if (effect.abort()) return 1;
@@ -104,16 +102,11 @@ int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const O
     });
 }
 
-#if defined(__x86_64__) || defined(__i386__)
-#define SATURATION_AVX2 __attribute__((target("avx2")))
+#ifdef QZ_HAS_VECTOR_PATHS
 
 // The vector form is chosen where the processor has AVX2: the operations
 // of the plain form on each lane, in the same order, and no fused
 // multiply-add, so it gives the plain form's results to the bit.
-bool vectorSelected() {
-    constexpr uint32_t needed = QZCPU_SSE41 | QZCPU_AVX2;
-    return (QzGetCPUSupport(4095) & needed) == needed;
-}
 
 // A pixel to a lane of doubles, four pixels a register. The curve's segment
 // is picked by selects in the order of the scalar search (the first knot
@@ -126,17 +119,17 @@ struct CurveLanes {
     __m256d scale;
 };
 
-SATURATION_AVX2 inline __m256d splat(double v) { return _mm256_set1_pd(v); }
+QZ_AVX2 inline __m256d splat(double v) { return _mm256_set1_pd(v); }
 
 // The saturation measure of the colours c0, c1, c2 (blue, green, red).
-SATURATION_AVX2 inline __m256d measureLanes(const CurveLanes& k, __m256d c0, __m256d c1, __m256d c2) {
+QZ_AVX2 inline __m256d measureLanes(const CurveLanes& k, __m256d c0, __m256d c1, __m256d c2) {
     const __m256d luma = splat(kRedLuma) * c2 + splat(kGreenLuma) * c1 + splat(kBlueLuma) * c0;
     const __m256d dg = luma - c1, dr = luma - c2, db = luma - c0;
     return _mm256_sqrt_pd(dg * dg + dr * dr + db * db) / k.scale;
 }
 
 // The curve at the measure, plus 1: the factor s of the matrix.
-SATURATION_AVX2 inline __m256d factorLanes(const CurveLanes& k, __m256d d) {
+QZ_AVX2 inline __m256d factorLanes(const CurveLanes& k, __m256d d) {
     const auto above1 = k.x[1] > d, above2 = k.x[2] > d, above3 = k.x[3] > d;
     const __m256d xl = above1 ? k.x[0] : (above2 ? k.x[1] : (above3 ? k.x[2] : k.x[3]));
     const __m256d xr = above1 ? k.x[1] : (above2 ? k.x[2] : (above3 ? k.x[3] : k.x[4]));
@@ -151,7 +144,7 @@ SATURATION_AVX2 inline __m256d factorLanes(const CurveLanes& k, __m256d d) {
 }
 
 // The luma-preserving matrix of factor s.
-SATURATION_AVX2 inline void matrixLanes(__m256d s, __m256d c0, __m256d c1, __m256d c2, __m256d& red, __m256d& green,
+QZ_AVX2 inline void matrixLanes(__m256d s, __m256d c0, __m256d c1, __m256d c2, __m256d& red, __m256d& green,
                                         __m256d& blue) {
     const __m256d r = splat(1.0) - s;
     red = (r * splat(kRedLuma) + s) * c2 + r * splat(kGreenLuma) * c1 + r * splat(kBlueLuma) * c0;
@@ -162,12 +155,12 @@ SATURATION_AVX2 inline void matrixLanes(__m256d s, __m256d c0, __m256d c1, __m25
 // Held within 0..alpha and truncated: the byte of toByte below. The
 // maximum and minimum differ from its selects only for a NaN, which both
 // turn into byte 0.
-SATURATION_AVX2 inline __m128i byteLanes(__m256d v, __m256d a) {
+QZ_AVX2 inline __m128i byteLanes(__m256d v, __m256d a) {
     return _mm256_cvttpd_epi32(_mm256_min_pd(_mm256_max_pd(v, _mm256_setzero_pd()), a));
 }
 
 // The colour at storage index `at` of four byte pixels, as doubles.
-SATURATION_AVX2 inline __m256d byteChannel(__m128i pixels, int at) {
+QZ_AVX2 inline __m256d byteChannel(__m128i pixels, int at) {
     return _mm256_cvtepi32_pd(_mm_and_si128(_mm_srl_epi32(pixels, _mm_cvtsi32_si128(8 * at)), _mm_set1_epi32(0xFF)));
 }
 
@@ -178,7 +171,7 @@ SATURATION_AVX2 inline __m256d byteChannel(__m128i pixels, int at) {
 constexpr int kChunk = 64;
 
 template <int blueAt, int redAt>
-SATURATION_AVX2 int saturateBytes(const CurveLanes& k, unsigned char* out, const unsigned char* in, int n) {
+QZ_AVX2 int saturateBytes(const CurveLanes& k, unsigned char* out, const unsigned char* in, int n) {
     alignas(32) double factor[kChunk];
     int x = 0;
     while (n - x >= 4) {
@@ -210,13 +203,13 @@ SATURATION_AVX2 int saturateBytes(const CurveLanes& k, unsigned char* out, const
 
 // Four float pixels to a register per component (and back: the same
 // exchange undoes itself).
-SATURATION_AVX2 inline void loadComponents(const float* p, __m128 (&v)[4]) {
+QZ_AVX2 inline void loadComponents(const float* p, __m128 (&v)[4]) {
     for (int c = 0; c < 4; ++c) v[c] = _mm_loadu_ps(p + 4 * c);
     _MM_TRANSPOSE4_PS(v[0], v[1], v[2], v[3]);
 }
 
 template <int blueAt, int redAt>
-SATURATION_AVX2 int saturateFloats(const CurveLanes& k, float* out, const float* in, int n) {
+QZ_AVX2 int saturateFloats(const CurveLanes& k, float* out, const float* in, int n) {
     alignas(32) double factor[kChunk];
     int x = 0;
     while (n - x >= 4) {
@@ -258,14 +251,14 @@ public:
     int multiThreadProcessImages(OfxRectI procWindow) override {
         const SaturationCurve curve(values);
         const double scale = kIsByte ? byteSaturationScale() : floatSaturationScale();
-#ifdef SATURATION_AVX2
-        const bool vector = vectorSelected();
+#ifdef QZ_AVX2
+        const bool vector = qz::avx2Selected();
         CurveLanes lanes;
         if (vector) fillLanes(lanes, curve, scale);
 #endif
         return transformRows<PIX>(effect, dstImg, srcImg, procWindow, [&](PIX* out, const PIX* in, int n) {
             int x = 0;
-#ifdef SATURATION_AVX2
+#ifdef QZ_AVX2
             if (vector) {
                 if constexpr (kIsByte)
                     x = saturateBytes<kBlue, kRed>(lanes, out, in, n);
@@ -285,8 +278,8 @@ private:
     static constexpr int kBlue = isBGRA ? 0 : 2;
     static constexpr int kRed = isBGRA ? 2 : 0;
 
-#ifdef SATURATION_AVX2
-    SATURATION_AVX2 static void fillLanes(CurveLanes& lanes, const SaturationCurve& curve, double scale) {
+#ifdef QZ_AVX2
+    QZ_AVX2 static void fillLanes(CurveLanes& lanes, const SaturationCurve& curve, double scale) {
         for (int i = 0; i < 5; ++i) {
             lanes.x[i] = _mm256_set1_pd(curve.x[i]);
             lanes.y[i] = _mm256_set1_pd(curve.y[i]);

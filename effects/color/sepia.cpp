@@ -9,11 +9,9 @@
 #include <cstdint>
 #include <type_traits>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#endif
 
 #include "Effect.h"
+#include "QzVectorPaths.h"
 #include "QzRound.h"
 #include "StripFilter.h"
 
@@ -65,16 +63,11 @@ Zone zoneOf(double strength) {
     return Zone::FullGreyAndTint;
 }
 
-#if defined(__x86_64__) || defined(__i386__)
-#define SEPIA_AVX2 __attribute__((target("avx2")))
+#ifdef QZ_HAS_VECTOR_PATHS
 
 // The vector forms below are chosen where the processor has AVX2: the
 // operations of the plain forms on each lane, in the same order, and no
 // fused multiply-add, so they give the plain forms' results to the bit.
-bool vectorSelected() {
-    constexpr uint32_t needed = QZCPU_SSE41 | QZCPU_AVX2;
-    return (QzGetCPUSupport(4095) & needed) == needed;
-}
 
 // The float alpha floor as a float bound: a float is at or below the double
 // 1e-6 exactly when it is at or below this, so the vector path can compare
@@ -88,7 +81,7 @@ const float kFloatAlphaFloor = [] {
 // The byte mix d + ((s - d) * k) / 256 on sixteen-bit lanes holding 0..255,
 // with k in 0..255: the magnitude's product fits sixteen unsigned bits, and
 // the division toward zero is its shift with the sign put back.
-SEPIA_AVX2 inline __m256i mix256Lanes(__m256i d, __m256i s, __m256i k) {
+QZ_AVX2 inline __m256i mix256Lanes(__m256i d, __m256i s, __m256i k) {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i diff = _mm256_sub_epi16(s, d);
     const __m256i negative = _mm256_cmpgt_epi16(zero, diff);
@@ -98,7 +91,7 @@ SEPIA_AVX2 inline __m256i mix256Lanes(__m256i d, __m256i s, __m256i k) {
 
 // Each colour lane (sixteen-bit lanes, four to a pixel, alpha last) given
 // the sum of its pixel's three colours.
-SEPIA_AVX2 inline __m256i colourSums(__m256i v) {
+QZ_AVX2 inline __m256i colourSums(__m256i v) {
     constexpr int kOnce = _MM_SHUFFLE(3, 0, 2, 1);
     constexpr int kTwice = _MM_SHUFFLE(3, 1, 0, 2);
     const __m256i once = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(v, kOnce), kOnce);
@@ -106,13 +99,13 @@ SEPIA_AVX2 inline __m256i colourSums(__m256i v) {
     return _mm256_add_epi16(_mm256_add_epi16(v, once), twice);
 }
 
-SEPIA_AVX2 inline __m256i alphaLanes(__m256i v) {
+QZ_AVX2 inline __m256i alphaLanes(__m256i v) {
     constexpr int kAlpha = _MM_SHUFFLE(3, 3, 3, 3);
     return _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(v, kAlpha), kAlpha);
 }
 
 // A table's four lanes for each pixel's grey (in every colour lane).
-SEPIA_AVX2 inline __m256i lanesByGrey(__m256i grey, const uint64_t* table) {
+QZ_AVX2 inline __m256i lanesByGrey(__m256i grey, const uint64_t* table) {
     return _mm256_set_epi64x(static_cast<long long>(table[_mm256_extract_epi16(grey, 12)]),
                              static_cast<long long>(table[_mm256_extract_epi16(grey, 8)]),
                              static_cast<long long>(table[_mm256_extract_epi16(grey, 4)]),
@@ -120,13 +113,13 @@ SEPIA_AVX2 inline __m256i lanesByGrey(__m256i grey, const uint64_t* table) {
 }
 
 // clampUnit on four doubles: a NaN goes to 0 as in the plain form.
-SEPIA_AVX2 inline __m256d clampUnitLanes(__m256d v) {
+QZ_AVX2 inline __m256d clampUnitLanes(__m256d v) {
     return _mm256_min_pd(_mm256_max_pd(v, _mm256_setzero_pd()), _mm256_set1_pd(1.0));
 }
 
 // Four pixels of four floats each, one in each half of two registers, to a
 // register per component (and back: the same shuffle undoes itself).
-SEPIA_AVX2 inline void transposePixels(__m256& r0, __m256& r1, __m256& r2, __m256& r3) {
+QZ_AVX2 inline void transposePixels(__m256& r0, __m256& r1, __m256& r2, __m256& r3) {
     const __m256 t0 = _mm256_unpacklo_ps(r0, r1), t1 = _mm256_unpacklo_ps(r2, r3);
     const __m256 t2 = _mm256_unpackhi_ps(r0, r1), t3 = _mm256_unpackhi_ps(r2, r3);
     r0 = _mm256_castpd_ps(_mm256_unpacklo_pd(_mm256_castps_pd(t0), _mm256_castps_pd(t1)));
@@ -145,7 +138,7 @@ template <class PIX, class Row>
 int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const OFX::Image* src,
                   const OfxRectI& window, Row&& row) {
     constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
-    if (false && OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
+    if (OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
         window.y1 < window.y2 && OFX::windowInside(window, dst) && OFX::windowInside(window, src)) {
         for (int y = window.y1; y < window.y2; ++y) {
             if (effect.abort()) return 1;
@@ -170,8 +163,8 @@ public:
     void preProcess() override {
         zone = zoneOf(values.strength);
         k = factors();
-#ifdef SEPIA_AVX2
-        vector = vectorSelected();
+#ifdef QZ_AVX2
+        vector = qz::avx2Selected();
 #endif
         if constexpr (kIsByte) {
             switch (zone) {
@@ -268,7 +261,7 @@ private:
     template <Zone zone>
     void byteRow(unsigned char* out, const unsigned char* in, int n) const {
         int x = 0;
-#ifdef SEPIA_AVX2
+#ifdef QZ_AVX2
         // The lanes hold the weights as bytes; a desaturation weight outside
         // them (a strength below 0) takes the plain form.
         if (vector && b.mix >= 0 && b.mix <= 255) x = byteVector<zone>(out, in, n);
@@ -296,11 +289,11 @@ private:
         }
     }
 
-#ifdef SEPIA_AVX2
+#ifdef QZ_AVX2
     // Eight pixels a step, on sixteen-bit lanes: four pixels a register,
     // two in each half. Returns the pixels done.
     template <Zone zone>
-    SEPIA_AVX2 int byteVector(unsigned char* out, const unsigned char* in, int n) const {
+    QZ_AVX2 int byteVector(unsigned char* out, const unsigned char* in, int n) const {
         const __m256i zero = _mm256_setzero_si256();
         const __m256i colours = _mm256_set1_epi64x(0x0000FFFFFFFFFFFF);
         const __m256i third = _mm256_set1_epi16(21846);
@@ -335,7 +328,7 @@ private:
     template <Zone zone>
     void floatRow(float* out, const float* in, int n) const {
         int x = 0;
-#ifdef SEPIA_AVX2
+#ifdef QZ_AVX2
         if (vector) x = floatVector<zone>(out, in, n);
 #endif
         for (; x < n; ++x) {
@@ -344,13 +337,13 @@ private:
         }
     }
 
-#ifdef SEPIA_AVX2
+#ifdef QZ_AVX2
     // Eight pixels a step: the colours in float lanes for the division by
     // alpha, in double lanes for the grey and the mixes. A division by 1
     // and a product with 1 leave a float as it is, so the opaque lanes
     // share them. Returns the pixels done.
     template <Zone zone>
-    SEPIA_AVX2 int floatVector(float* out, const float* in, int n) const {
+    QZ_AVX2 int floatVector(float* out, const float* in, int n) const {
         const __m256d three = _mm256_set1_pd(3.0);
         const __m256d q = _mm256_set1_pd(k.desaturation);
         const __m256d negFalloff = _mm256_set1_pd(-k.falloff);

@@ -8,11 +8,8 @@
 #include <type_traits>
 
 #include "Effect.h"
+#include "QzVectorPaths.h"
 #include "StripFilter.h"
-
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#endif
 
 namespace {
 
@@ -70,7 +67,7 @@ template <class PIX, class Row>
 int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const OFX::Image* src,
                   const OfxRectI& window, Row&& row) {
     constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
-    if (false && OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
+    if (OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
         window.y1 < window.y2 && OFX::windowInside(window, dst) && OFX::windowInside(window, src)) {
         for (int y = window.y1; y < window.y2; ++y) {
             if (effect.abort()) return 1;
@@ -84,14 +81,7 @@ int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const O
     });
 }
 
-#if defined(__x86_64__) || defined(__i386__)
-#define LAB_AVX2 __attribute__((target("avx2")))
-
-// The vector form is chosen where the processor has AVX2.
-bool vectorSelected() {
-    constexpr uint32_t needed = QZCPU_SSE41 | QZCPU_AVX2;
-    return (QzGetCPUSupport(4095) & needed) == needed;
-}
+#ifdef QZ_HAS_VECTOR_PATHS
 
 // The byte path, four pixels a step, without the C library's pow.
 //
@@ -133,13 +123,13 @@ constexpr double kEncodeScale[10] = {0.07432544468767006, 0.09921256574801247, 0
 
 using Lanes = __m256d;
 
-LAB_AVX2 inline Lanes splat(double v) { return _mm256_set1_pd(v); }
-LAB_AVX2 inline Lanes select(Lanes mask, Lanes yes, Lanes no) { return _mm256_blendv_pd(no, yes, mask); }
-LAB_AVX2 inline Lanes magnitude(Lanes v) { return _mm256_andnot_pd(splat(-0.0), v); }
+QZ_AVX2 inline Lanes splat(double v) { return _mm256_set1_pd(v); }
+QZ_AVX2 inline Lanes select(Lanes mask, Lanes yes, Lanes no) { return _mm256_blendv_pd(no, yes, mask); }
+QZ_AVX2 inline Lanes magnitude(Lanes v) { return _mm256_andnot_pd(splat(-0.0), v); }
 
 // Positive normal x as m 2^e, m in [1, 2): e as a double (the biased
 // exponent read as the low bits of 2^52) and m.
-LAB_AVX2 inline void split(Lanes x, Lanes& e, Lanes& m) {
+QZ_AVX2 inline void split(Lanes x, Lanes& e, Lanes& m) {
     const Lanes two52 = splat(4503599627370496.0);
     const __m256i bits = _mm256_castpd_si256(x);
     e = _mm256_castsi256_pd(_mm256_or_si256(_mm256_srli_epi64(bits, 52), _mm256_castpd_si256(two52))) - two52 -
@@ -152,7 +142,7 @@ LAB_AVX2 inline void split(Lanes x, Lanes& e, Lanes& m) {
 // and e = 3q + r, m^(-1/3) from a Chebyshev fit (relative error under
 // 5e-5) scaled by 2^(-r/3) 2^(-q), two Newton steps on the inverse cube
 // root, and x r^2.
-LAB_AVX2 inline Lanes cubeRootLanes(Lanes x) {
+QZ_AVX2 inline Lanes cubeRootLanes(Lanes x) {
     Lanes e, m;
     split(x, e, m);
     const Lanes q = _mm256_floor_pd((e + splat(0.5)) * splat(1.0 / 3.0));
@@ -177,7 +167,7 @@ LAB_AVX2 inline Lanes cubeRootLanes(Lanes x) {
 // The encoded colour times 255 on the pow branch, c in (0.0031308, 1]:
 // 1.055 c^(5/12) - 0.055 with c^(5/12) = m^(5/12) 2^(5e/12), m^(5/12) by a
 // Chebyshev fit of degree 8 in m - 1.5 (within 4.91e-9).
-LAB_AVX2 inline Lanes encodedLevelLanes(Lanes c) {
+QZ_AVX2 inline Lanes encodedLevelLanes(Lanes c) {
     Lanes e, m;
     split(_mm256_min_pd(_mm256_max_pd(c, splat(0.0031308)), splat(1.0)), e, m);
     const Lanes t = m - splat(1.5);
@@ -196,13 +186,13 @@ struct ChangeLanes {
     Lanes lightness, aOffset, bOffset, invert, chroma;
 };
 
-LAB_AVX2 inline ChangeLanes changeLanes(const labadjustValues& v) {
+QZ_AVX2 inline ChangeLanes changeLanes(const labadjustValues& v) {
     return {splat(v.lightness), splat(v.aOffset), splat(v.bOffset),
             v.invert ? _mm256_castsi256_pd(_mm256_set1_epi64x(-1)) : _mm256_setzero_pd(), splat(v.chroma)};
 }
 
 // The byte at storage index `at` of each of four pixels, in 32-bit lanes.
-LAB_AVX2 inline __m128i byteChannel(__m128i pixels, int at) {
+QZ_AVX2 inline __m128i byteChannel(__m128i pixels, int at) {
     const char z = -128;  // a zero byte
     const char i = static_cast<char>(at);
     return _mm_shuffle_epi8(pixels, _mm_setr_epi8(i, z, z, z, char(i + 4), z, z, z, char(i + 8), z, z, z,
@@ -210,7 +200,7 @@ LAB_AVX2 inline __m128i byteChannel(__m128i pixels, int at) {
 }
 
 // The decoded values of four bytes.
-LAB_AVX2 inline Lanes decodedLanes(const double* table, __m128i bytes) {
+QZ_AVX2 inline Lanes decodedLanes(const double* table, __m128i bytes) {
     return _mm256_mask_i32gather_pd(_mm256_setzero_pd(), table, bytes, _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8);
 }
 
@@ -229,7 +219,7 @@ struct Scratch {
 // pixels done; redo(index, sourcePixel) is called for each pixel that needs
 // the exact path.
 template <int blueAt, int redAt, class Redo>
-LAB_AVX2 int adjustBytes(const ChangeLanes& k, unsigned char* out, const unsigned char* in, int n, Redo&& redo) {
+QZ_AVX2 int adjustBytes(const ChangeLanes& k, unsigned char* out, const unsigned char* in, int n, Redo&& redo) {
     const double* decoded = decodedBytes().data();
     Scratch s;
     int x = 0;
@@ -325,9 +315,9 @@ public:
 
     int multiThreadProcessImages(OfxRectI procWindow) override {
         const labadjustValues& change = values;
-#ifdef LAB_AVX2
+#ifdef QZ_HAS_VECTOR_PATHS
         // The checks of the byte lanes hold for the settings' ranges.
-        const bool vector = vectorSelected() && change.lightness >= 0.0 && change.lightness <= 2.0 &&
+        const bool vector = qz::avx2Selected() && change.lightness >= 0.0 && change.lightness <= 2.0 &&
                             std::fabs(change.aOffset) <= 100.0 && std::fabs(change.bOffset) <= 100.0 &&
                             change.chroma >= 0.0 && change.chroma <= 1.0;
         ChangeLanes lanes;
@@ -335,7 +325,7 @@ public:
 #endif
         return transformRows<PIX>(effect, dstImg, srcImg, procWindow, [&](PIX* out, const PIX* in, int n) {
             int x = 0;
-#ifdef LAB_AVX2
+#ifdef QZ_HAS_VECTOR_PATHS
             if constexpr (std::is_same_v<PIX, unsigned char>) {
                 if (vector) {
                     x = adjustBytes<kBlue, kRed>(lanes, out, in, n, [&](int i, const unsigned char* source) {

@@ -96,6 +96,28 @@ int forEachRow(const ImageEffect& effect, const Image* image, const OfxRectI& ro
     return 0;
 }
 
+// Runs row(out, in, count) over the window's rows, from the source straight
+// to the output where both images hold the whole window: one pass, each
+// pixel read once and written once. Otherwise the window goes through the
+// strip shape's copy (which clips a partial overlap as the pixel core does)
+// and the rows are changed in place, out and in being one.
+template <class PIX, class Row>
+int transformRows(const ImageEffect& effect, const Image* dst, const Image* src, const OfxRectI& window, Row&& row) {
+    constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
+    if (hasPixels(dst, bytesPerPixel) && hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
+        window.y1 < window.y2 && windowInside(window, dst) && windowInside(window, src)) {
+        for (int y = window.y1; y < window.y2; ++y) {
+            if (effect.abort()) return 1;
+            row(static_cast<PIX*>(dst->getPixelAddress(window.x1, y)),
+                static_cast<const PIX*>(src->getPixelAddress(window.x1, y)), window.x2 - window.x1);
+        }
+        return 0;
+    }
+    return copyTransform(dst, src, window, bytesPerPixel, [&](const OfxRectI& rows) {
+        return forEachRow<PIX>(effect, dst, rows, [&](PIX* p, int n) { row(p, p, n); });
+    });
+}
+
 // The change of a point filter as `transform` takes it: `pixel(p)` on each
 // pixel of the rows, the host asked before each row whether to stop.
 template <class PIX, class Pixel>

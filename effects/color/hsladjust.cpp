@@ -43,29 +43,6 @@ using hsladjustProcessorBase = OFX::EffectProcessorBase<hsladjustValues>;
 
 double clampUnit(double v) { return std::clamp(v, 0.0, 1.0); }
 
-// Runs row(out, in, count) over the window's rows, from the source straight
-// to the output where both images hold the whole window: one pass, each
-// pixel read once and written once. Otherwise the window goes through the
-// strip shape's copy (which clips a partial overlap as the pixel core does)
-// and the rows are changed in place, out and in being one.
-template <class PIX, class Row>
-int transformRows(const OFX::ImageEffect& effect, const OFX::Image* dst, const OFX::Image* src,
-                  const OfxRectI& window, Row&& row) {
-    constexpr int32_t bytesPerPixel = sizeof(PIX) * 4;
-    if (OFX::hasPixels(dst, bytesPerPixel) && OFX::hasPixels(src, bytesPerPixel) && window.x1 < window.x2 &&
-        window.y1 < window.y2 && OFX::windowInside(window, dst) && OFX::windowInside(window, src)) {
-        for (int y = window.y1; y < window.y2; ++y) {
-            if (effect.abort()) return 1;
-            row(static_cast<PIX*>(dst->getPixelAddress(window.x1, y)),
-                static_cast<const PIX*>(src->getPixelAddress(window.x1, y)), window.x2 - window.x1);
-        }
-        return 0;
-    }
-    return OFX::copyTransform(dst, src, window, bytesPerPixel, [&](const OfxRectI& rows) {
-        return OFX::forEachRow<PIX>(effect, dst, rows, [&](PIX* p, int n) { row(p, p, n); });
-    });
-}
-
 #ifdef QZ_HAS_VECTOR_PATHS
 
 // The vector form is chosen where the processor has AVX2: the operations
@@ -397,7 +374,7 @@ public:
         Change change;
         if (vector) change = changeLanes(v);
 #endif
-        return transformRows<PIX>(effect, dstImg, srcImg, procWindow, [&](PIX* out, const PIX* in, int n) {
+        return OFX::transformRows<PIX>(effect, dstImg, srcImg, procWindow, [&](PIX* out, const PIX* in, int n) {
             int x = 0;
 #ifdef QZ_AVX2
             if (vector) {

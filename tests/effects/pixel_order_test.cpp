@@ -30,7 +30,10 @@ std::vector<OrderCase> cases() {
         {"blackandwhite", false, {}},
         {"blackandwhite", false, {{"BlendAmount", "0.7"}}},
         {"sepia", false, {}},
+        // Each of the three zones of the strength.
+        {"sepia", false, {{"Color", "0.9,0.35,0.1"}, {"BlendingStrength", "0.25"}}},
         {"sepia", false, {{"Color", "0.9,0.5,0.2"}, {"BlendingStrength", "0.4"}, {"BlendingFalloff", "0.3"}}},
+        {"sepia", false, {{"Color", "0.9,0.5,0.2"}, {"BlendingStrength", "0.9"}, {"BlendingFalloff", "0.2"}}},
         {"saturationadjust", false, {}},
         {"saturationadjust", false, {{"Amount", "0.6"}, {"Low", "0.3"}, {"High", "-0.4"}}},
         {"hsladjust", false, {}},
@@ -39,6 +42,7 @@ std::vector<OrderCase> cases() {
         {"labadjust", false, {{"Lightness", "1.2"}, {"lightness", "0.3"}, {"Channelb", "-0.4"}}},
         {"colorbalance", false, {}},
         {"colorbalance", false, {{"Red", "0.3"}, {"Blue", "-0.2"}, {"Type", "2"}}},
+        {"colorbalance", false, {{"Green", "0.4"}, {"Type", "0"}, {"PreserveLuminosity", "false"}}},
         {"channelblend", false, {}},
         {"channelblend", false, {{"RED weight G", "0.5"}, {"BLUE weight R", "0.7"}, {"GREEN weight A", "0.2"}}},
         {"brightnessandcontrast", false, {}},

@@ -95,14 +95,4 @@ TEST_F(BlackAndWhiteTest, BlendAtOrBelowTheCutOffIsABitExactCopy) {
     }
 }
 
-// Float greys are summed blue first in both orders; bytes sum exactly.
-TEST_F(BlackAndWhiteTest, BothPixelOrdersGiveOnePicture) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11));
-    for (const char* blend : {"1", "0.6"}) {
-        inst->setValueText("BlendAmount", blend);
-        expectOnePicture(*inst, Depth::Byte, std::string("blend ") + blend);
-        expectOnePicture(*inst, Depth::Float, std::string("blend ") + blend);
-    }
-}
-
 }  // namespace

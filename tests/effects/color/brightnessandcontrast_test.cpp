@@ -105,16 +105,6 @@ TEST_F(BrightnessAndContrastTest, FloatPassesUnderTheAlphaRule) {
     }
 }
 
-TEST_F(BrightnessAndContrastTest, DrawsOnePictureInBothOrders) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(23, 11, Depth::Float, PixelOrder::RGBA, 7));
-    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "defaults");
-    for (const Settings& settings : {Settings{{"Brightness", "0.15"}, {"Contrast", "0.4"}, {"ContrastCenter", "0.3"}},
-                                     Settings{{"Brightness", "-0.2"}, {"Contrast", "-0.6"}}}) {
-        for (const auto& [name, value] : settings) inst->setValueText(name, value);
-        for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "adjusted");
-    }
-}
-
 // Three byte frames with known levels; transparent black is not counted,
 // and (8, 8, 8, 51) unpremultiplies to level 40.
 const std::vector<Rgba> kFrames[] = {

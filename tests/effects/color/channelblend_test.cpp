@@ -132,20 +132,6 @@ TEST_F(ChannelBlendTest, AlphaGroupAtZeroClearsTheFrame) {
     }
 }
 
-TEST_F(ChannelBlendTest, DrawsOnePictureInBothOrders) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(23, 11, Depth::Float, PixelOrder::RGBA, 7));
-    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "defaults");
-    const Values settings[] = {
-        {{"RED weight G", "0.5"}, {"RED weight B", "-0.3"}, {"BLUE weight R", "0.7"}, {"GREEN weight A", "0.2"},
-         {"BLUE weight Offset", "0.1"}},
-        {{"Normalize", "true"}, {"ALPHA weight R", "0.4"}, {"RED weight Offset", "-0.05"}},
-    };
-    for (const Values& values : settings) {
-        for (const auto& [name, text] : values) inst->setValueText(name, text);
-        for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "blended");
-    }
-}
-
 // The defined arithmetic of one pixel, written out plainly: w[g] holds the
 // group writing colour g (red, green, blue, alpha), its weights of red,
 // green, blue and alpha, then the offset; normalising is left to the caller.

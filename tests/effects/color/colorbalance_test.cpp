@@ -116,19 +116,6 @@ TEST_F(ColorBalanceTest, PreservedLuminosityAndByteRounding) {
     }
 }
 
-TEST_F(ColorBalanceTest, DrawsOnePictureInBothOrders) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(23, 11, Depth::Float, PixelOrder::RGBA, 7));
-    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "defaults");
-    const Values settings[] = {
-        {{"Red", "0.3"}, {"Green", "-0.15"}, {"Blue", "0.45"}, {"Type", "2"}},
-        {{"Red", "-0.5"}, {"Green", "0.2"}, {"Blue", "0.1"}, {"Type", "0"}, {"PreserveLuminosity", "false"}},
-    };
-    for (const Values& values : settings) {
-        for (const auto& [name, text] : values) inst->setValueText(name, text);
-        for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "balanced");
-    }
-}
-
 // The defined arithmetic of one pixel, written out plainly: blue, green,
 // red as c0, c1, c2, the weight of a mean level by the range, and the
 // sliders by colour as each depth assigns them.

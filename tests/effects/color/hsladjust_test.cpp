@@ -226,17 +226,6 @@ TEST_F(HSLAdjustTest, HalfTurnOfRedIsCyanInEveryVariant) {
                                rowImage({{0.0f, 1.0f, 1.0f, 1.0f}}, Depth::Float)});
 }
 
-TEST_F(HSLAdjustTest, BothPixelOrdersGiveOnePicture) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11));
-    for (const Settings& settings :
-         {Settings{}, Settings{{"Output", "0.3"}, {"Saturation", "1.4"}, {"Luminance", "0.8"}}}) {
-        for (const auto& [name, value] : settings) inst->setValueText(name, value);
-        const std::string what = settings.empty() ? "defaults" : "turned, saturated and darkened";
-        expectOnePicture(*inst, Depth::Byte, what);
-        expectOnePicture(*inst, Depth::Float, what);
-    }
-}
-
 // The vector rows against the conversions written out above.
 TEST_F(HSLAdjustTest, EveryPixelFollowsThePlainConversions) {
     const Change cases[] = {{0, 1, 1}, {0.3, 1.4, 0.8}, {1, 0, 2}, {0.75, 2, 0.5}, {0.5, 0.6, 0}};

@@ -160,14 +160,6 @@ TEST_F(InvertRender, OpaqueReferencesHoldInEveryVariant) {
     expectFourVariants(*inst, {byteReference, floatReference});
 }
 
-TEST_F(InvertRender, BothPixelOrdersGiveOnePicture) {
-    const auto source = ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11);
-    auto inst = filterOn(*plugin, source);
-    inst->setValueText("BlendAmount", "0.7");
-    expectOnePicture(*inst, Depth::Byte, "invert");
-    expectOnePicture(*inst, Depth::Float, "invert");
-}
-
 // The keys of the older Invert, one double each, through the host's
 // keyframe-uplift action.
 TEST_F(InvertTest, UpliftTakesOverOneDoublePerKey) {

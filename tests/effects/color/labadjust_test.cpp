@@ -128,20 +128,6 @@ TEST_F(LABAdjustTest, FloatPixelsFollowTheAlphaRule) {
     }
 }
 
-// L*a*b* weighs red, green and blue differently, and the a and b axes run
-// between colours: both only come out alike if each order reads red as red.
-TEST_F(LABAdjustTest, BothPixelOrdersGiveOnePicture) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11));
-    const Settings shifted{{"Lightness", "1.2"},       {"lightness", "0.3"},   {"Channelb", "-0.4"},
-                           {"InvertLuminance", "true"}, {"Desaturate", "0.25"}};
-    for (const Settings& settings : {Settings{}, shifted}) {
-        for (const auto& [name, value] : settings) inst->setValueText(name, value);
-        const std::string what = settings.empty() ? "defaults" : "inverted with both axes shifted";
-        expectOnePicture(*inst, Depth::Byte, what);
-        expectOnePicture(*inst, Depth::Float, what);
-    }
-}
-
 // The byte rows convert without pow and check their own margins; over every
 // byte value in each colour, under settings to the ends of their ranges,
 // every pixel must still be the exact conversion's.

@@ -163,19 +163,6 @@ TEST_F(SaturationAdjustTest, CurvePicksTheChangeBySaturation) {
     }
 }
 
-// The luma weights name colours: red's 0.299 must go to red in both orders.
-TEST_F(SaturationAdjustTest, BothPixelOrdersGiveOnePicture) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11));
-    for (const Settings& settings :
-         {Settings{},
-          Settings{{"Amount", "0.7"}, {"Center", "0.3"}, {"Spread", "0.4"}, {"Low", "-0.5"}, {"High", "0.8"}}}) {
-        for (const auto& [name, value] : settings) inst->setValueText(name, value);
-        const std::string what = settings.empty() ? "defaults" : "a shaped curve";
-        expectOnePicture(*inst, Depth::Byte, what);
-        expectOnePicture(*inst, Depth::Float, what);
-    }
-}
-
 // The vector rows against the arithmetic written out above: the defaults,
 // a shaped curve, and curves whose first or last segment has no length.
 TEST_F(SaturationAdjustTest, EveryPixelFollowsThePlainArithmetic) {

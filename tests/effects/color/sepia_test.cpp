@@ -218,27 +218,6 @@ TEST_F(SepiaTest, StrengthZeroIsTheIdentity) {
     EXPECT_EQ(pixelAt(out, 1, 0), in[1]);
 }
 
-// The defaults, then each zone with a tint whose three colours differ, so
-// that a tint put on the wrong component shows.
-TEST_F(SepiaTest, BothPixelOrdersGiveOnePicture) {
-    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(31, 13, Depth::Float, PixelOrder::RGBA, 11));
-    struct Case {
-        const char* what;
-        std::vector<std::pair<const char*, const char*>> values;
-    };
-    const Case cases[] = {
-        {"defaults", {}},
-        {"desaturation only", {{"Color", "0.9,0.35,0.1"}, {"BlendingStrength", "0.25"}}},
-        {"partial grey and tint", {{"BlendingStrength", "0.5"}, {"BlendingFalloff", "0.3"}}},
-        {"full grey and tint", {{"BlendingStrength", "0.9"}, {"BlendingFalloff", "0.2"}}},
-    };
-    for (const Case& c : cases) {
-        for (const auto& [name, text] : c.values) inst->setValueText(name, text);
-        expectOnePicture(*inst, Depth::Byte, c.what);
-        expectOnePicture(*inst, Depth::Float, c.what);
-    }
-}
-
 // The vector rows against the arithmetic written out above, in every zone
 // and both orders, over every byte value and over awkward floats.
 TEST_F(SepiaTest, EveryPixelFollowsThePlainArithmetic) {

@@ -165,13 +165,6 @@ void colourful(ofxhost::Instance& inst) {
     inst.setValueText("Color2", "0.1,0.8,0.3,0.35");
 }
 
-TEST_F(CheckerboardTest, OneAndTheSamePictureInBothOrders) {
-    auto inst = generatorOf(*plugin, 61, 47);
-    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "defaults");
-    colourful(*inst);
-    for (Depth depth : {Depth::Byte, Depth::Float}) expectOnePicture(*inst, depth, "soft colourful tiles");
-}
-
 // The host's threads draw bands of rows; each row follows from its place in
 // the whole window, so every split gives the picture of one thread, to the
 // bit. 101 rows split unevenly over each count.

@@ -105,7 +105,7 @@ typedef struct OfxImageMemoryStruct *OfxImageMemoryHandle;
 #define kOfxImageEffectPropProjectSize "OfxImageEffectPropProjectSize"
 #define kOfxImageEffectPropProjectOffset "OfxImageEffectPropProjectOffset"
 #define kOfxImageEffectPropProjectExtent "OfxImageEffectPropProjectExtent"
-#define kOfxImageEffectPropProjectPixelAspectRatio "OfxImageEffectPropProjectPixelAspectRatio"
+#define kOfxImageEffectPropProjectPixelAspectRatio "OfxImageEffectPropPixelAspectRatio"
 #define kOfxImageEffectInstancePropEffectDuration "OfxImageEffectInstancePropEffectDuration"
 #define kOfxImageEffectPropInAnalysis "OfxImageEffectPropInAnalysis" /* deprecated */
 

@@ -46,6 +46,10 @@ struct RenderOptions {
     // plug-in declares OpenCL support; on the CPU when it does not. Asking
     // for it from a host with no device is an Error.
     bool openCL = false;
+    // A strict host's check: the output is filled with a poison value before
+    // the render (NaN in float, a pattern in bytes), so that whatever the
+    // plug-in leaves unwritten shows.
+    bool poison = false;
 };
 
 // Frames of an input clip: the image at a time, or null when the clip has

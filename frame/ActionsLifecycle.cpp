@@ -10,15 +10,16 @@ namespace {
 
 // The factory's own load follows the frame's: the suites are fetched first.
 OfxStatus load(Call& c) {
-    Private::loadAction();
+    Private::loadAction(c.uid);
     c.factory.load();
     return kOfxStatOK;
 }
 
 OfxStatus unload(Call& c) {
     c.check(eNull, eNull, eNull);
-    c.factory.unload();
-    Private::unloadAction(c.uid.c_str());
+    // A repeated unload must not release what the effect's load still holds.
+    if (Private::effectLoaded(c.uid)) c.factory.unload();
+    Private::unloadAction(c.uid);
     return kOfxStatOK;
 }
 

@@ -1,5 +1,6 @@
 #include "EffectSkeleton.h"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -7,21 +8,52 @@ namespace OFX {
 
 namespace {
 
-// Identifiers are compared whole; a host older than the version given, or
-// one the requirement does not name, is refused.
-bool hostAccepted(const HostRequirement& hosts) {
-    const ImageEffectHostDescription* host = getImageEffectHostDescription();
-    if (!host) return false;
-    int oldest = 0;
-    if (host->hostName == "talvo.effects.talvo")
-        oldest = hosts.talvo;
-    else if (host->hostName == "talvo.effects.talvo.harbor.pe")
-        oldest = hosts.harborPE;
-    else if (host->hostName == "talvo.effects.talvo.harbor.hd")
-        oldest = hosts.harborHD;
-    if (oldest > 0 && host->versionMajor >= oldest) return true;
-    if (hosts.logged) Log::print("Host(%s) is not supported", host->hostName.c_str());
+const char* const kFamilyHosts[] = {"talvo.effects.talvo", "talvo.effects.talvo.harbor.pe",
+                                    "talvo.effects.talvo.harbor.hd"};
+
+bool isFamilyHost(const std::string& name) {
+    for (const char* family : kFamilyHosts)
+        if (name == family) return true;
     return false;
+}
+
+// The table holds for the hosts it names, the hosts these effects were made
+// for: identifiers are compared whole, and a host older than the version
+// given, or one the table refuses, is refused.
+bool familyHostAccepted(const ImageEffectHostDescription& host, const HostRequirement& hosts) {
+    int oldest = 0;
+    if (host.hostName == kFamilyHosts[0])
+        oldest = hosts.talvo;
+    else if (host.hostName == kFamilyHosts[1])
+        oldest = hosts.harborPE;
+    else if (host.hostName == kFamilyHosts[2])
+        oldest = hosts.harborHD;
+    if (oldest > 0 && host.versionMajor >= oldest) return true;
+    if (hosts.logged) Log::print("Host(%s) is not supported", host.hostName.c_str());
+    return false;
+}
+
+template <class T>
+bool contains(const std::vector<T>& list, T value) {
+    return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+// Any other host is offered the effect when it meets what the effect needs:
+// its context, RGBA images, and bytes or floats. One that lacks any of them
+// is told so, as the OFX standard has plug-ins answer, so that it lists
+// nothing it could never create.
+void requireHostFeatures(const ImageEffectHostDescription& host, const EffectDeclaration& decl) {
+    const char* missing = nullptr;
+    if (!contains(host.supportedContexts, decl.context))
+        missing = kOfxImageEffectPropSupportedContexts;
+    else if (!contains(host.supportedComponents, ePixelComponentRGBA))
+        missing = kOfxImageEffectPropSupportedComponents;
+    else if (!contains(host.supportedPixelDepths, eBitDepthUByte) &&
+             !contains(host.supportedPixelDepths, eBitDepthFloat))
+        missing = kOfxImageEffectPropSupportedPixelDepths;
+    if (!missing) return;
+    Log::print("Host(%s) lacks what %s needs: %s", host.hostName.c_str(), decl.identifier, missing);
+    throw Exception::HostInadequate(missing);
 }
 
 }  // namespace
@@ -29,7 +61,12 @@ bool hostAccepted(const HostRequirement& hosts) {
 void describeEffect(ImageEffectDescriptor& desc, const EffectDeclaration& decl) {
     desc.setLabels(decl.label, decl.label, decl.label);
     desc.setPluginGrouping(decl.group);
-    if (decl.hosts && !hostAccepted(*decl.hosts)) return;
+    const ImageEffectHostDescription* host = getImageEffectHostDescription();
+    if (!host) throw Exception::HostInadequate("host description");
+    if (!isFamilyHost(host->hostName))
+        requireHostFeatures(*host, decl);
+    else if (decl.hosts && !familyHostAccepted(*host, *decl.hosts))
+        return;
     desc.addSupportedContext(decl.context);
     desc.addSupportedBitDepth(eBitDepthUByte);
     desc.addSupportedBitDepth(eBitDepthFloat);

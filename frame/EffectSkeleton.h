@@ -14,9 +14,10 @@ inline constexpr const char* kSourceToClip = "SourceTo";
 inline constexpr const char* kOutputClip = "Output";
 inline constexpr const char* kControlsPage = "Controls";
 
-// The hosts an effect offers itself to: the oldest major version accepted
-// of each host identifier, 0 where that host is refused. `logged` writes
-// the refusal to the log.
+// The hosts of the family an effect offers itself to: the oldest major
+// version accepted of each family host identifier, 0 where that host is
+// refused. `logged` writes the refusal to the log. Hosts outside the family
+// are not judged by it (see describeEffect).
 struct HostRequirement {
     int talvo;     // "talvo.effects.talvo"
     int harborPE;  // "talvo.effects.talvo.harbor.pe"
@@ -38,15 +39,17 @@ struct EffectDeclaration {
     const char* upliftGUID;  // the older form's GUID, or null
     bool openCL = true;
     bool openGL = false;
-    // Null: every host.
+    // Null: every family host.
     const HostRequirement* hosts = nullptr;
     unsigned versionMajor = 1;
     unsigned versionMinor = 0;
 };
 
 // The context-free description, in the order hosts have always seen it. A
-// host that fails the declaration's requirement gets only the labels and
-// the group, and so no context to offer the effect in.
+// family host that fails the declaration's requirement gets only the labels
+// and the group, and so no context to offer the effect in. Any other host
+// gets the whole description when it offers the effect's context, RGBA and
+// bytes or floats, and a kOfxStatErrMissingHostFeature describe otherwise.
 void describeEffect(ImageEffectDescriptor& desc, const EffectDeclaration& decl);
 
 // The input clips of the effect's context ("Source", or "SourceFrom" and

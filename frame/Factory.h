@@ -75,11 +75,14 @@ private:
     unsigned int minor_;
 };
 
-// Placed once at file scope in each effect's source. The factory is never
-// destroyed: hosts may call into the module during its own teardown.
+// Placed once at file scope in each effect's source. The factory lives as
+// long as the module: it is made when the module is loaded and goes with it,
+// so that loading, unloading and reloading the module leaves nothing behind.
 template <class Factory>
 struct FactoryRegistration {
-    FactoryRegistration() { Private::registerFactory(new Factory); }
+    FactoryRegistration() { Private::registerFactory(&factory); }
+    // Mutable: registrations are const objects, the factory is not.
+    mutable Factory factory;
 };
 
 }  // namespace OFX

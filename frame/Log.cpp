@@ -57,6 +57,15 @@ void close() {
 
 bool isOpen() { return gStream != nullptr; }
 
+namespace {
+
+// The stream goes with the module, so that unloading it leaves no file open.
+struct CloseWithTheModule {
+    ~CloseWithTheModule() { close(); }
+} gCloseWithTheModule;
+
+}  // namespace
+
 void print(const char* format, ...) {
     if (!gStream) return;
     va_list args;

@@ -114,7 +114,10 @@ int orderOf(const PluginFactory* factory) {
 }
 
 std::vector<PluginFactory*> gFactories;
-std::vector<OfxPlugin*> gPlugins;
+// The records handed to the host. They live as long as the module: a host
+// may read a record after unloading its effect, or unload twice, and the
+// record it holds must still be there; a reload hands out the same one.
+std::vector<std::unique_ptr<OfxPlugin>> gPlugins;
 std::map<std::string, PluginEntry> gPluginMap;
 std::map<std::string, std::map<ContextEnum, std::unique_ptr<ImageEffectDescriptor>>> gDescriptors;
 // The host calls the entry points from one thread while it loads modules.
@@ -122,8 +125,8 @@ bool gInitialised = false;
 
 void setHost(OfxHost* host) { gHost = host; }
 
-OfxPlugin* makePlugin(PluginFactory* factory) {
-    auto* plugin = new OfxPlugin;
+std::unique_ptr<OfxPlugin> makePlugin(PluginFactory* factory) {
+    auto plugin = std::make_unique<OfxPlugin>();
     plugin->pluginApi = kOfxImageEffectPluginApi;
     plugin->apiVersion = 1;
     plugin->pluginIdentifier = factory->getID().c_str();
@@ -138,11 +141,10 @@ void initialise() {
     if (gInitialised) return;
     Log::open();
     gFactories = factoryArray();
-    gPlugins.assign(gFactories.size(), nullptr);
-    for (size_t i = 0; i < gFactories.size(); ++i) {
-        OfxPlugin* plugin = makePlugin(gFactories[i]);
-        gPluginMap[gFactories[i]->getUID()] = PluginEntry{gFactories[i], plugin};
-        gPlugins[i] = plugin;
+    gPlugins.clear();
+    for (PluginFactory* factory : gFactories) {
+        gPlugins.push_back(makePlugin(factory));
+        gPluginMap[factory->getUID()] = PluginEntry{factory, gPlugins.back().get()};
     }
     gInitialised = true;
 }
@@ -174,16 +176,6 @@ void releaseDescriptors(const std::string& uid) {
     if (found != gDescriptors.end()) found->second.clear();
 }
 
-void releasePlugin(const std::string& uid) {
-    auto found = gPluginMap.find(uid);
-    if (found == gPluginMap.end()) return;
-    for (auto& slot : gPlugins) {
-        if (slot == found->second.plugin) slot = nullptr;
-    }
-    delete found->second.plugin;
-    found->second.plugin = nullptr;
-}
-
 }  // namespace Private
 }  // namespace OFX
 
@@ -203,11 +195,5 @@ extern "C" __attribute__((visibility("default"))) OfxPlugin* OfxGetPlugin(int nt
     // An index outside the list is logged and answered with null rather than
     // read past the end.
     if (nth < 0 || nth >= static_cast<int>(gPlugins.size())) return nullptr;
-    if (!gPlugins[nth]) {
-        OFX::PluginFactory* factory = gFactories[nth];
-        OfxPlugin* plugin = makePlugin(factory);
-        gPluginMap[factory->getUID()] = PluginEntry{factory, plugin};
-        gPlugins[nth] = plugin;
-    }
-    return gPlugins[nth];
+    return gPlugins[nth].get();
 }

@@ -25,8 +25,6 @@ PluginFactory* findFactory(const std::string& uid);
 ImageEffectDescriptor* storeDescriptor(const std::string& uid, ContextEnum context,
                                        std::unique_ptr<ImageEffectDescriptor> descriptor);
 void releaseDescriptors(const std::string& uid);
-// Frees the effect's plug-in record; OfxGetPlugin builds it anew.
-void releasePlugin(const std::string& uid);
 
 }  // namespace Private
 }  // namespace OFX

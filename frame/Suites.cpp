@@ -1,5 +1,6 @@
 #include "Suites.h"
 
+#include <map>
 #include <memory>
 
 #include "Log.h"
@@ -31,6 +32,11 @@ const OfxHWndInteractSuiteV1* gHWndInteractSuite = nullptr;
 const OfxHWndOverlayInteractSuiteV1* gHWndOverlayInteractSuite = nullptr;
 const OfxOpenCLProgramSuiteV1* gOpenCLProgramSuite = nullptr;
 int gLoadCount = 0;
+// Each effect's own count. A host that unloads an effect twice takes back
+// only that effect's load: counted for the module alone, the second unload
+// took another effect's, cleared the suites under it and left the count
+// negative, so that a reload fetched no suites at all.
+std::map<std::string, int> gLoadsByEffect;
 
 namespace {
 
@@ -127,8 +133,9 @@ void describeHost() {
 
 }  // namespace
 
-void loadAction() {
+void loadAction(const std::string& uid) {
     ++gLoadCount;
+    ++gLoadsByEffect[uid];
     if (!gHost) {
         Log::error(true, "Host pointer has not been set.");
         throw Exception::Suite(kOfxStatErrBadHandle);
@@ -168,12 +175,18 @@ void loadAction() {
     gOpenCLProgramSuite = fetchSuite<OfxOpenCLProgramSuiteV1>(kOfxOpenCLProgramSuite, 1, false);
 }
 
-void unloadAction(const char* uid) {
-    --gLoadCount;
-    if (gLoadCount < 0) {
-        Log::warning(true, "OFX Plugin '%s' is already unloaded.", uid);
+bool effectLoaded(const std::string& uid) {
+    const auto found = gLoadsByEffect.find(uid);
+    return found != gLoadsByEffect.end() && found->second > 0;
+}
+
+void unloadAction(const std::string& uid) {
+    if (!effectLoaded(uid)) {
+        Log::warning(true, "OFX Plugin '%s' is already unloaded.", uid.c_str());
         return;
     }
+    --gLoadsByEffect[uid];
+    --gLoadCount;
     if (gLoadCount == 0) {
         // The progress, time line, keyframe, effect and OpenGL suites stay
         // as they were: nothing reads them once every effect is unloaded.
@@ -192,8 +205,9 @@ void unloadAction(const char* uid) {
         gOpenCLProgramSuite = nullptr;
         gDrawSuite = nullptr;
     }
+    // The effect's plug-in record is not freed: the host may still hold it,
+    // and it stays valid for as long as the module is loaded.
     releaseDescriptors(uid);
-    releasePlugin(uid);
 }
 
 }  // namespace Private

@@ -95,14 +95,18 @@ extern const OfxHWndInteractSuiteV1* gHWndInteractSuite;
 extern const OfxHWndOverlayInteractSuiteV1* gHWndOverlayInteractSuite;
 extern const OfxOpenCLProgramSuiteV1* gOpenCLProgramSuite;
 
-// Shared by every effect of the module; the host calls load and unload from
-// one thread, so a plain integer does.
+// The loads of every effect of the module not yet unloaded; the host calls
+// load and unload from one thread, so plain integers do.
 extern int gLoadCount;
 
-// The load action's work: suites and host description on the first load.
-void loadAction();
-// The unload action's work for one effect, keyed by its UID.
-void unloadAction(const char* uid);
+// The load action's work for one effect, keyed by its UID: suites and host
+// description on the module's first load.
+void loadAction(const std::string& uid);
+// Whether the effect has a load that no unload has answered yet.
+bool effectLoaded(const std::string& uid);
+// The unload action's work for one effect. An unload with no load left to
+// answer is logged and changes nothing.
+void unloadAction(const std::string& uid);
 
 }  // namespace Private
 }  // namespace OFX

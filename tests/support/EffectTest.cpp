@@ -42,10 +42,23 @@ std::unique_ptr<ofxhost::Instance> generatorOf(ofxhost::Plugin& plugin, int widt
     return instance;
 }
 
+std::unique_ptr<ofxhost::Instance> instanceInFirstContext(ofxhost::Plugin& plugin, int width, int height) {
+    const auto contexts = plugin.contexts();
+    if (contexts.empty()) return nullptr;
+    auto instance = plugin.createInstance(contexts.front());
+    instance->setProjectSize(width, height);
+    const auto frame = std::make_shared<const ofxhost::ImageBuffer>(
+        ofxhost::ImageBuffer::testFrame(width, height, ofxhost::Depth::Float, ofxhost::PixelOrder::RGBA, 3));
+    for (const std::string& clip : instance->inputClipNames()) instance->connect(clip, frame);
+    return instance;
+}
+
 ofxhost::ImageBuffer renderVariant(ofxhost::Instance& instance, const Variant& variant) {
     ofxhost::RenderOptions options;
     options.depth = variant.depth;
     options.order = variant.order;
+    // A strict host: whatever the effect leaves unwritten shows.
+    options.poison = true;
     ofxhost::ImageBuffer output = instance.makeOutput(options);
     EXPECT_EQ(instance.render(0.0, options, output), kOfxStatOK) << variantName(variant);
     return output;

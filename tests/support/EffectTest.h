@@ -41,6 +41,10 @@ std::unique_ptr<ofxhost::Instance> filterOn(ofxhost::Plugin& plugin, const ofxho
 
 // A generator instance drawing a frame of the given size.
 std::unique_ptr<ofxhost::Instance> generatorOf(ofxhost::Plugin& plugin, int width, int height);
+// An instance in the first context the plug-in declares, on a frame of the
+// given size, with a colourful test frame on every input clip; null when the
+// plug-in declares no context.
+std::unique_ptr<ofxhost::Instance> instanceInFirstContext(ofxhost::Plugin& plugin, int width, int height);
 
 // Renders frame 0 with the given depth and order; fails the test on a status
 // other than OK.

@@ -146,25 +146,4 @@ TEST_F(TestPatternTest, AnyNumberOfThreadsDrawsTheOneThreadPicture) {
     }
 }
 
-// Only the hosts of its requirement get a context to offer the effect in.
-TEST(TestPatternHosts, RefusedHostsGetNoContext) {
-    struct Case {
-        const char* name;
-        int major;
-        bool accepted;
-    };
-    for (const Case c :
-         {Case{"talvo.effects.talvo", 18, true}, Case{"talvo.effects.talvo", 17, false},
-          Case{"talvo.effects.talvo.harbor.pe", 17, true}, Case{"talvo.effects.talvo.harbor.hd", 16, false},
-          Case{"talvo.effects.talvo.harbor", 20, false}}) {
-        SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.major));
-        ofxhost::HostConfig config;
-        config.name = c.name;
-        config.versionMajor = c.major;
-        auto plugin = loadEffect(quietHost(config), kTestPattern);
-        const auto contexts = plugin->describe().props().getStrings(kOfxImageEffectPropSupportedContexts);
-        EXPECT_EQ(contexts.empty(), !c.accepted);
-    }
-}
-
 }  // namespace

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <ostream>
+#include <regex>
 
 #include "ofxhost/ImageIO.h"
 #include "ofxhost/OpenCLDevice.h"
@@ -69,26 +71,85 @@ void noteOpenCLFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostre
         err << "ofxrender: " << plugin.id() << " does not support OpenCL; rendering on the CPU\n";
 }
 
-std::shared_ptr<ofxhost::Plugin> Session::load(const std::string& name) {
+void noteOrderFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostream& err) {
+    const ofxhost::PixelOrder order = ofxhost::renderOrderFor(plugin, o.order);
+    if (order == o.order) return;
+    if (order == ofxhost::PixelOrder::RGBA)
+        err << "ofxrender: " << plugin.id() << " declares no BGR depth; rendering in RGBA order\n";
+    else
+        err << "ofxrender: " << plugin.id() << " declares only BGR depths; rendering in BGRA order\n";
+}
+
+namespace {
+
+// "2" or "2.1" after a plug-in's '@'.
+std::pair<unsigned, std::optional<unsigned>> parseVersion(const std::string& whole, const std::string& text) {
+    static const std::regex form(R"(^(\d{1,9})(?:\.(\d{1,9}))?$)");
+    std::smatch m;
+    if (!std::regex_match(text, m, form))
+        throw Error(whole, "\"" + text + "\" is not a version (PLUGIN@MAJOR or PLUGIN@MAJOR.MINOR)");
+    std::optional<unsigned> minor;
+    if (m[2].matched) minor = static_cast<unsigned>(std::stoul(m[2].str()));
+    return {static_cast<unsigned>(std::stoul(m[1].str())), minor};
+}
+
+std::string versionText(std::pair<unsigned, unsigned> v) {
+    return std::to_string(v.first) + "." + std::to_string(v.second);
+}
+
+}  // namespace
+
+std::shared_ptr<ofxhost::Plugin> Session::load(const std::string& asked) {
     const auto all = plugins();
+    // "PLUGIN@MAJOR[.MINOR]" picks a version; an identifier that holds an
+    // '@' itself is taken whole.
+    std::string name = asked;
+    std::optional<std::pair<unsigned, std::optional<unsigned>>> version;
+    const bool whole =
+        std::any_of(all.begin(), all.end(), [&](const auto& p) { return p.first->pluginId(p.second) == asked; });
+    if (const auto at = asked.rfind('@'); !whole && at != std::string::npos && at > 0) {
+        version = parseVersion(asked, asked.substr(at + 1));
+        name = asked.substr(0, at);
+    }
+
+    std::string id;
     for (const auto& [bundle, index] : all)
-        if (bundle->pluginId(index) == name) return load(bundle, index);
-    std::vector<std::pair<std::shared_ptr<ofxhost::Bundle>, int>> matches;
-    std::vector<std::string> ids;
-    for (const auto& [bundle, index] : all) {
-        const std::string id = bundle->pluginId(index);
-        if (lastPart(id) == name && std::find(ids.begin(), ids.end(), id) == ids.end()) {
-            matches.emplace_back(bundle, index);
-            ids.push_back(id);
+        if (bundle->pluginId(index) == name) id = name;
+    if (id.empty()) {
+        std::vector<std::string> ids;
+        for (const auto& [bundle, index] : all) {
+            const std::string candidate = bundle->pluginId(index);
+            if (lastPart(candidate) == name && std::find(ids.begin(), ids.end(), candidate) == ids.end())
+                ids.push_back(candidate);
+        }
+        if (ids.empty())
+            throw Error(name, all.empty() ? "no such plug-in (no OFX bundle was found; use --bundle)"
+                                          : "no such plug-in (see ofxrender list)");
+        if (ids.size() > 1) {
+            std::string list;
+            for (const auto& i : ids) list += (list.empty() ? "" : ", ") + i;
+            throw Error(name, "matches several plug-ins: " + list);
+        }
+        id = ids.front();
+    }
+
+    // The highest version (the first registered among equals), or the
+    // highest one of the version asked for.
+    const std::pair<std::shared_ptr<ofxhost::Bundle>, int>* best = nullptr;
+    std::pair<unsigned, unsigned> bestVersion{};
+    std::string versions;
+    for (const auto& entry : all) {
+        if (entry.first->pluginId(entry.second) != id) continue;
+        const auto v = entry.first->pluginVersion(entry.second);
+        versions += (versions.empty() ? "" : ", ") + versionText(v);
+        if (version && (v.first != version->first || (version->second && v.second != *version->second))) continue;
+        if (!best || v > bestVersion) {
+            best = &entry;
+            bestVersion = v;
         }
     }
-    if (matches.size() == 1) return load(matches[0].first, matches[0].second);
-    if (matches.empty())
-        throw Error(name, all.empty() ? "no such plug-in (no OFX bundle was found; use --bundle)"
-                                      : "no such plug-in (see ofxrender list)");
-    std::string list;
-    for (const auto& id : ids) list += (list.empty() ? "" : ", ") + id;
-    throw Error(name, "matches several plug-ins: " + list);
+    if (!best) throw Error(asked, id + " has no such version (it has: " + versions + ")");
+    return load(best->first, best->second);
 }
 
 int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,

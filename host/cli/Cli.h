@@ -29,7 +29,9 @@ public:
     // Every plug-in of every bundle, as (bundle, index).
     std::vector<std::pair<std::shared_ptr<ofxhost::Bundle>, int>> plugins() const;
     // Loads the plug-in named by identifier or unique suffix after its last
-    // ':'; throws Error for an unknown or ambiguous name.
+    // ':', at its highest version, or at the one PLUGIN@MAJOR or
+    // PLUGIN@MAJOR.MINOR asks for; throws Error for an unknown or ambiguous
+    // name or a version the plug-in lacks.
     std::shared_ptr<ofxhost::Plugin> load(const std::string& name);
     std::shared_ptr<ofxhost::Plugin> load(const std::shared_ptr<ofxhost::Bundle>& bundle, int index);
 
@@ -48,6 +50,10 @@ int listDevicesCommand(std::ostream& out);
 // With --opencl, says once on err when the plug-in renders on the CPU
 // because it does not declare OpenCL support.
 void noteOpenCLFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostream& err);
+
+// With --order, says once on err when the plug-in receives the other order
+// because of the pixel depths it declares (see ofxhost::renderOrderFor).
+void noteOrderFallback(ofxhost::Plugin& plugin, const CliOptions& o, std::ostream& err);
 
 // The render job that render and bench options describe.
 ofxhost::RenderJob jobFromOptions(const CliOptions& o);

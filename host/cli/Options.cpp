@@ -52,6 +52,7 @@ const std::map<std::string, std::set<std::string>>& optionsByCommand() {
                                                  "--quality",
                                                  "--row-padding",
                                                  "--negative-row-bytes",
+                                                 "--poison",
                                                  "--opencl"};
     static const std::map<std::string, std::set<std::string>> table = {
         {"list", {"--json"}},
@@ -71,7 +72,7 @@ const std::map<std::string, std::set<std::string>>& optionsByCommand() {
 
 const std::set<std::string> kGlobal = {"--bundle", "--threads", "--host-name", "--host-version",
                                        "--log",    "--help",    "-h",          "--version"};
-const std::set<std::string> kFlags = {"--json", "--help", "-h", "--version", "--negative-row-bytes"};
+const std::set<std::string> kFlags = {"--json", "--help", "-h", "--version", "--negative-row-bytes", "--poison"};
 // Flags that may carry a value, only in the "--name=value" form.
 const std::set<std::string> kOptionalValue = {"--opencl"};
 
@@ -212,6 +213,8 @@ CliOptions parseCommandLine(const std::vector<std::string>& args) {
             if (o.layout.rowPadding % 4) throw Error(name, value + " is not a multiple of 4");
         } else if (name == "--negative-row-bytes")
             o.layout.negativeRowBytes = true;
+        else if (name == "--poison")
+            o.poison = true;
         else if (name == "--opencl")
             o.openCL = value;
     }
@@ -250,7 +253,8 @@ global options:
 
 render options:
   PLUGIN               an identifier (talvo.effects:invert) or the unique part after
-                       its last ':' (invert)
+                       its last ':' (invert); the highest version a bundle registers,
+                       or PLUGIN@MAJOR (PLUGIN@MAJOR.MINOR) for another
   --context C          filter, generator, transition or general; default: from the
                        inputs (none: generator, one: filter, two: transition)
   -i [CLIP=]FILE       an input; without CLIP=, the context's inputs in order (Source;
@@ -268,8 +272,11 @@ render options:
                        "state": {"hex": "BYTES"}}; interpolation defaults to linear
   --depth byte|float   pixel depth of the render. Default: byte for 8-bit inputs
                        (PNG, JPEG), float for EXR and 16-bit or float TIFF; without
-                       inputs, float for an .exr output and byte otherwise
-  --order rgba|bgra    channel order in memory (default rgba)
+                       inputs, float for an .exr output and byte otherwise; then the
+                       depth the plug-in declares when it declares only one. A depth
+                       given here that the plug-in does not declare is an error
+  --order rgba|bgra    channel order in memory (default rgba); bgra only for plug-ins
+                       that declare a BGR depth, the others get rgba (with a note)
   --size WxH           the frame size (default: the first input's, else 1920x1080)
   --frames A-B[xS]     render frames A to B (every S-th); --time T renders one time
   --render-scale S     render at a proxy scale 0 < S <= 1
@@ -281,6 +288,8 @@ render options:
                        CPU, and ofxrender says so
   --row-padding N      test: pad every image row by N bytes (a multiple of 4)
   --negative-row-bytes test: hand images over with negative row bytes
+  --poison             test: fill output buffers with a poison value before the render
+                       (NaN in float, a pattern in bytes), so unwritten channels show
 
   A transition's "Transition" parameter runs from 0 at the first frame to 1 at the
   last, unless set with --set. Outputs are written under a temporary name and renamed

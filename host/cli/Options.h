@@ -41,6 +41,8 @@ struct CliOptions {
     std::string logFile;
     int repeat = 10;
     ofxhost::Layout layout;
+    // --poison: outputs filled with a poison value before each render.
+    bool poison = false;
     // --opencl[=PLATFORM:DEVICE]: the device selection ("" for the first).
     std::optional<std::string> openCL;
 };

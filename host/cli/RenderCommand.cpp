@@ -32,6 +32,7 @@ ofxhost::RenderJob jobFromOptions(const CliOptions& o) {
     job.options.renderScale = o.renderScale;
     job.options.quality = o.quality;
     job.options.openCL = o.openCL.has_value();
+    job.options.poison = o.poison;
     if (o.depth) {
         job.options.depth = *o.depth;
         job.depthGiven = true;
@@ -50,6 +51,7 @@ int renderCommand(Session& s, const CliOptions& o, std::ostream&, std::ostream& 
     ofxhost::RenderJob job = jobFromOptions(o);
     auto plugin = s.load(o.plugin);
     noteOpenCLFallback(*plugin, o, err);
+    noteOrderFallback(*plugin, o, err);
     ProgressLine progress(err, stderrIsTerminal());
     job.onFrame = [&](std::size_t i, std::size_t n, double t) { progress.frameDone(i, n, t); };
     ofxhost::runRenderJob(*plugin, job);

@@ -82,6 +82,7 @@ std::shared_ptr<Bundle> Bundle::open(const std::string& path, Host* host) {
         if (!plugin || !plugin->pluginIdentifier || !plugin->pluginApi || !plugin->mainEntry)
             throw Error(module, "OfxGetPlugin(" + std::to_string(i) + ") returned an incomplete record");
         b->ids_.push_back(plugin->pluginIdentifier);
+        b->versions_.emplace_back(plugin->pluginVersionMajor, plugin->pluginVersionMinor);
     }
     b->getPlugin_ = get;
     return b;
@@ -104,10 +105,25 @@ std::string Bundle::pluginId(int index) const {
     return ids_[index];
 }
 
+std::pair<unsigned, unsigned> Bundle::pluginVersion(int index) const {
+    if (index < 0 || index >= pluginCount()) throw Error(modulePath_, "no plug-in number " + std::to_string(index));
+    return versions_[index];
+}
+
 int Bundle::indexOf(const std::string& id) const {
+    int best = -1;
     for (int i = 0; i < pluginCount(); ++i)
-        if (id == ids_[i]) return i;
-    return -1;
+        if (id == ids_[i] && (best < 0 || versions_[i] > versions_[best])) best = i;
+    return best;
+}
+
+int Bundle::indexOf(const std::string& id, unsigned major, std::optional<unsigned> minor) const {
+    int best = -1;
+    for (int i = 0; i < pluginCount(); ++i)
+        if (id == ids_[i] && versions_[i].first == major && (!minor || versions_[i].second == *minor) &&
+            (best < 0 || versions_[i] > versions_[best]))
+            best = i;
+    return best;
 }
 
 namespace {

@@ -5,7 +5,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ofxCore.h"
@@ -33,8 +35,15 @@ public:
     // release its record when it is unloaded and build it anew later.
     OfxPlugin* rawPlugin(int index) const;
     std::string pluginId(int index) const;
-    // Index of a plug-in identifier, or -1.
+    // The record's pluginVersionMajor and pluginVersionMinor.
+    std::pair<unsigned, unsigned> pluginVersion(int index) const;
+    // Index of a plug-in identifier, or -1. A bundle may register one
+    // identifier at several versions: this is the highest of them (the first
+    // registered among equals), as hosts load by default.
     int indexOf(const std::string& id) const;
+    // Index of the highest version of the identifier with this major version
+    // (and this minor one when given), or -1.
+    int indexOf(const std::string& id, unsigned major, std::optional<unsigned> minor = {}) const;
 
 private:
     Bundle() = default;
@@ -44,6 +53,7 @@ private:
     std::string directory_;
     OfxPlugin* (*getPlugin_)(int) = nullptr;
     std::vector<std::string> ids_;
+    std::vector<std::pair<unsigned, unsigned>> versions_;
 };
 
 // The module inside a bundle directory (Contents/Linux-x86-64/NAME.ofx, with

@@ -43,10 +43,11 @@ Json bound(const std::vector<double>& v) {
     return a;
 }
 
-Json defaultJson(const Param& param) {
+Json defaultJson(const Param& param, bool canonical) {
     const ParamType& t = param.type();
     if (!param.hasValue()) return Json();
-    const ParamValue v = param.defaultValue();
+    ParamValue v = param.defaultValue();
+    if (canonical && normalisationOf(param) != Normalisation::None) v = toCanonical(param, v, projectOf(param));
     switch (t.kind) {
         case ValueKind::Bool: return Json(v.n[0] != 0);
         case ValueKind::String:
@@ -55,6 +56,23 @@ Json defaultJson(const Param& param) {
     }
     if (t.dims == 1) return Json(v.n[0]);
     return Json::numbers(std::vector<double>(v.n.begin(), v.n.begin() + t.dims));
+}
+
+// Ranges of the older normalised types, in the pixels the user gives.
+std::vector<double> canonicalRange(const Param& param, std::vector<double> v) {
+    if (normalisationOf(param) != Normalisation::Values) return v;
+    ParamValue pv;
+    for (std::size_t i = 0; i < v.size() && i < 4; ++i) pv.n[i] = v[i];
+    pv = toCanonical(param, pv, projectOf(param));
+    for (std::size_t i = 0; i < v.size() && i < 4; ++i) v[i] = pv.n[i];
+    return v;
+}
+
+// A label the plug-in left at its default (the identifier) shows as the
+// plug-in's label, as hosts show a short or long label that is not set.
+std::string labelOr(const PropertySet& p, const char* name, const std::string& id, const std::string& label) {
+    const std::string v = str(p, name);
+    return v.empty() || v == id ? label : v;
 }
 
 std::string findByName(const PropertySet& p, const std::string& part, PropType type) {
@@ -73,11 +91,14 @@ ParamInfo describeParam(const Param& param, const ParamSet& set) {
     info.label = str(p, kOfxPropLabel);
     info.scriptName = str(p, kOfxParamPropScriptName);
     info.hint = str(p, kOfxParamPropHint);
-    info.defaultValue = defaultJson(param);
-    info.min = numbers(p, kOfxParamPropMin);
-    info.max = numbers(p, kOfxParamPropMax);
-    info.displayMin = numbers(p, kOfxParamPropDisplayMin);
-    info.displayMax = numbers(p, kOfxParamPropDisplayMax);
+    // Spatial defaults and ranges as the user sees them: in pixels of the
+    // project (the one an instance starts with, for a descriptor).
+    info.defaultValue = defaultJson(param, true);
+    if (normalisationOf(param) != Normalisation::None) info.normalisedDefault = defaultJson(param, false);
+    info.min = canonicalRange(param, numbers(p, kOfxParamPropMin));
+    info.max = canonicalRange(param, numbers(p, kOfxParamPropMax));
+    info.displayMin = canonicalRange(param, numbers(p, kOfxParamPropDisplayMin));
+    info.displayMax = canonicalRange(param, numbers(p, kOfxParamPropDisplayMax));
     if (p.has(kOfxParamPropIncrement)) info.increment = p.getDouble(kOfxParamPropIncrement);
     if (p.has(kOfxParamPropDigits)) info.digits = p.getInt(kOfxParamPropDigits);
     info.doubleType = str(p, kOfxParamPropDoubleType);
@@ -96,8 +117,9 @@ PluginInfo summarisePlugin(Plugin& plugin) {
     info.id = plugin.id();
     info.version = std::to_string(plugin.versionMajor()) + "." + std::to_string(plugin.versionMinor());
     info.label = str(p, kOfxPropLabel);
-    info.shortLabel = str(p, kOfxPropShortLabel);
-    info.longLabel = str(p, kOfxPropLongLabel);
+    if (info.label.empty()) info.label = info.id;
+    info.shortLabel = labelOr(p, kOfxPropShortLabel, info.id, info.label);
+    info.longLabel = labelOr(p, kOfxPropLongLabel, info.id, info.label);
     info.group = str(p, kOfxImageEffectPluginPropGrouping);
     info.description = str(p, kOfxPropPluginDescription);
     for (const auto& c : p.getStrings(kOfxImageEffectPropSupportedContexts))
@@ -189,6 +211,7 @@ Json describeJson(const PluginInfo& p) {
         pj.set("label", q.label);
         pj.set("scriptName", q.scriptName);
         pj.set("default", q.defaultValue);
+        pj.set("normalisedDefault", q.normalisedDefault);
         pj.set("min", bound(q.min));
         pj.set("max", bound(q.max));
         pj.set("displayMin", bound(q.displayMin));
@@ -217,6 +240,7 @@ std::string describeText(const PluginInfo& p) {
         return s.empty() ? std::string("-") : s;
     };
     os << p.id << " " << p.version << "  \"" << p.label << "\"\n";
+    os << "  labels:   short \"" << p.shortLabel << "\", long \"" << p.longLabel << "\"\n";
     os << "  group:    " << (p.group.empty() ? "-" : p.group) << "\n";
     os << "  contexts: " << join(p.contexts) << "\n";
     os << "  depths:   " << join(p.depths) << "\n";
@@ -234,6 +258,7 @@ std::string describeText(const PluginInfo& p) {
         if (q.scriptName != q.name) os << "  script " << q.scriptName;
         const std::string def = q.defaultValue.dump(false);
         if (def != "null") os << "  default " << def;
+        if (!q.normalisedDefault.isNull()) os << " (" << q.normalisedDefault.dump(false) << " of the project)";
         if (!q.min.empty()) os << "  range " << bound(q.min).dump(false) << ".." << bound(q.max).dump(false);
         if (!q.displayMin.empty())
             os << "  display " << bound(q.displayMin).dump(false) << ".." << bound(q.displayMax).dump(false);

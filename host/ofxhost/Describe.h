@@ -31,7 +31,12 @@ struct ParamInfo {
     std::string label;
     std::string scriptName;
     std::string hint;
-    Json defaultValue;  // number, list of numbers, bool, or string; null without a value
+    // Number, list of numbers, bool, or string; null without a value. Spatial
+    // doubles declared normalised show theirs in pixels of a 1920x1080
+    // project (ranges too for the older normalised types), with the
+    // declared fractions in normalisedDefault (null for all others).
+    Json defaultValue;
+    Json normalisedDefault;
     // Per dimension; empty for types without them.
     std::vector<double> min, max, displayMin, displayMax;
     std::optional<double> increment;
@@ -48,6 +53,8 @@ struct ParamInfo {
 struct PluginInfo {
     std::string id;
     std::string version;  // "1.0"
+    // Short and long labels fall back to the label when the plug-in sets
+    // only that, and the label to the identifier.
     std::string label, shortLabel, longLabel;
     std::string group;
     std::string description;

@@ -43,6 +43,7 @@ public:
     // naming `what` and the byte offset of the first fault.
     static Json parse(const std::string& text, const std::string& what);
 
+    bool isNull() const { return std::holds_alternative<std::nullptr_t>(v_); }
     bool isNumber() const { return std::holds_alternative<double>(v_); }
     bool isString() const { return std::holds_alternative<std::string>(v_); }
     bool isArray() const { return std::holds_alternative<Array>(v_); }

@@ -5,8 +5,10 @@
 #include <climits>
 #include <cmath>
 
+#include "ofxImageEffect.h"
 #include "ofxParametricParam.h"
 #include "ofxTalvo.h"
+#include "ofxhost/Effect.h"
 
 namespace ofxhost {
 
@@ -145,7 +147,90 @@ void defineProperties(PropertySet& p, const ParamType& t, const std::string& nam
 
 double lerp(double a, double b, double t) { return a + (b - a) * t; }
 
+struct Axes {
+    int axis[4] = {-1, -1, -1, -1};  // per dimension: 0 x, 1 y, -1 none
+    bool absolute = false;
+};
+
+// The axes of a double type, normalised or not ("OfxParamDoubleTypeXYAbsolute").
+Axes axesOf(const Param& param) {
+    Axes a;
+    if (param.type().kind != ValueKind::Double) return a;
+    const PropertySet& p = param.props();
+    if (!p.has(kOfxParamPropDoubleType) || p.type(kOfxParamPropDoubleType) != PropType::String) return a;
+    std::string t = p.getString(kOfxParamPropDoubleType);
+    const std::string prefix = "OfxParamDoubleType";
+    if (t.rfind(prefix, 0) != 0) return a;
+    t = t.substr(prefix.size());
+    if (t.rfind("Normalised", 0) == 0) t = t.substr(10);
+    if (t.size() > 8 && t.compare(t.size() - 8, 8, "Absolute") == 0) {
+        a.absolute = true;
+        t.resize(t.size() - 8);
+    }
+    const int dims = param.type().dims;
+    if (t == "X" || t == "Y") {
+        for (int i = 0; i < dims; ++i) a.axis[i] = t == "X" ? 0 : 1;
+    } else if (t == "XY" && dims >= 2) {
+        a.axis[0] = 0;
+        a.axis[1] = 1;
+    }
+    return a;
+}
+
 }  // namespace
+
+Normalisation normalisationOf(const Param& param) {
+    if (param.type().kind != ValueKind::Double) return Normalisation::None;
+    const PropertySet& p = param.props();
+    const std::string type = p.has(kOfxParamPropDoubleType) && p.type(kOfxParamPropDoubleType) == PropType::String
+                                 ? p.getString(kOfxParamPropDoubleType)
+                                 : "";
+    if (type.rfind("OfxParamDoubleTypeNormalised", 0) == 0)
+        return axesOf(param).axis[0] >= 0 ? Normalisation::Values : Normalisation::None;
+    const bool normalisedDefault = p.has(kOfxParamPropDefaultCoordinateSystem) &&
+                                   p.type(kOfxParamPropDefaultCoordinateSystem) == PropType::String &&
+                                   p.getString(kOfxParamPropDefaultCoordinateSystem) == kOfxParamCoordinatesNormalised;
+    return normalisedDefault && axesOf(param).axis[0] >= 0 ? Normalisation::Default : Normalisation::None;
+}
+
+ParamValue toCanonical(const Param& param, ParamValue v, const ProjectFrame& f) {
+    const Axes a = axesOf(param);
+    for (int i = 0; i < 4; ++i) {
+        if (a.axis[i] < 0) continue;
+        v.n[i] = v.n[i] * (a.axis[i] == 0 ? f.width : f.height) + (a.absolute ? (a.axis[i] == 0 ? f.x : f.y) : 0.0);
+    }
+    return v;
+}
+
+ParamValue fromCanonical(const Param& param, ParamValue v, const ProjectFrame& f) {
+    const Axes a = axesOf(param);
+    for (int i = 0; i < 4; ++i) {
+        if (a.axis[i] < 0) continue;
+        const double size = a.axis[i] == 0 ? f.width : f.height;
+        if (size == 0.0) continue;
+        v.n[i] = (v.n[i] - (a.absolute ? (a.axis[i] == 0 ? f.x : f.y) : 0.0)) / size;
+    }
+    return v;
+}
+
+ProjectFrame projectOf(const Param& param) {
+    ProjectFrame f;
+    // Only instances carry a project; descriptors and sets of their own do not.
+    const EffectObject* effect = EffectObject::fromHandle(param.owner().effectHandle());
+    if (!effect) return f;
+    const PropertySet& p = effect->props();
+    if (p.has(kOfxImageEffectPropProjectSize) && p.dimension(kOfxImageEffectPropProjectSize) >= 2) {
+        const auto size = p.getDoubles(kOfxImageEffectPropProjectSize);
+        f.width = size[0];
+        f.height = size[1];
+    }
+    if (p.has(kOfxImageEffectPropProjectOffset) && p.dimension(kOfxImageEffectPropProjectOffset) >= 2) {
+        const auto offset = p.getDoubles(kOfxImageEffectPropProjectOffset);
+        f.x = offset[0];
+        f.y = offset[1];
+    }
+    return f;
+}
 
 Param::Param(ParamSet& owner, const ParamType& type, std::string name)
     : owner_(owner), type_(type), name_(std::move(name)), props_(true) {
@@ -156,6 +241,7 @@ Param::Param(ParamSet& owner, const Param& d) : owner_(owner), type_(d.type_), n
     props_.setExtensible(false);
     props_.setString(kOfxPropType, kOfxTypeParameterInstance);
     value_ = d.defaultValue();
+    normalisedDefault_ = normalisationOf(*this) == Normalisation::Default;
     std::lock_guard lock(d.mutex_);
     curves_ = d.curves_;
 }
@@ -212,9 +298,13 @@ OfxStatus Param::normalise(ParamValue& v) const {
     return kOfxStatOK;
 }
 
+ParamValue Param::baseValue() const {
+    return normalisedDefault_ ? toCanonical(*this, value_, projectOf(*this)) : value_;
+}
+
 ParamValue Param::valueAt(double time) const {
     std::unique_lock lock(mutex_);
-    if (keys_.empty()) return value_;
+    if (keys_.empty()) return baseValue();
     if (type_.kind == ValueKind::Custom) {
         auto after = keys_.upper_bound(time);
         if (after != keys_.begin() && after != keys_.end()) {
@@ -272,9 +362,10 @@ OfxStatus Param::setValue(const ParamValue& v) {
     ParamValue n = v;
     if (OfxStatus s = normalise(n); s != kOfxStatOK) return s;
     std::lock_guard lock(mutex_);
-    if (keys_.empty())
+    if (keys_.empty()) {
         value_ = n;
-    else
+        normalisedDefault_ = false;
+    } else
         keys_[owner_.currentTime()] = n;
     return kOfxStatOK;
 }
@@ -319,8 +410,8 @@ OfxStatus Param::integral(double t1, double t2, ParamValue& out) const {
         if (t > t1 && t < t2) cuts.push_back(t);
     cuts.push_back(t2);
     for (std::size_t k = 0; k + 1 < cuts.size(); ++k) {
-        const ParamValue a = keys_.empty() ? value_ : interpolate(cuts[k]);
-        const ParamValue b = keys_.empty() ? value_ : interpolate(cuts[k + 1]);
+        const ParamValue a = keys_.empty() ? baseValue() : interpolate(cuts[k]);
+        const ParamValue b = keys_.empty() ? baseValue() : interpolate(cuts[k + 1]);
         for (int i = 0; i < type_.dims; ++i) out.n[i] += (a.n[i] + b.n[i]) * 0.5 * (cuts[k + 1] - cuts[k]);
     }
     for (int i = 0; i < type_.dims; ++i) out.n[i] *= sign;
@@ -358,6 +449,7 @@ OfxStatus Param::deleteKey(double time) {
         // The value of the last key stays as the parameter's value.
         if (keys_.size() == 1) {
             value_ = it->second;
+            normalisedDefault_ = false;
             last = true;
         }
         keys_.erase(it);
@@ -370,7 +462,10 @@ OfxStatus Param::deleteKey(double time) {
 void Param::deleteAllKeys() {
     {
         std::lock_guard lock(mutex_);
-        if (!keys_.empty()) value_ = interpolate(owner_.currentTime());
+        if (!keys_.empty()) {
+            value_ = interpolate(owner_.currentTime());
+            normalisedDefault_ = false;
+        }
         keys_.clear();
         keyInterpolations_.clear();
     }
@@ -384,12 +479,13 @@ OfxStatus Param::copyFrom(const Param& from, double offset, const OfxRangeD* ran
     std::map<double, ParamValue> keys;
     {
         std::lock_guard lock(from.mutex_);
-        value = from.value_;
+        value = from.baseValue();
         for (const auto& [t, v] : from.keys_)
             if (!range || (t >= range->min && t <= range->max)) keys[t + offset] = v;
     }
     std::lock_guard lock(mutex_);
     value_ = value;
+    normalisedDefault_ = false;
     keys_ = std::move(keys);
     keyInterpolations_.clear();
     return kOfxStatOK;

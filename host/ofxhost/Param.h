@@ -47,6 +47,41 @@ struct ParamValue {
 };
 
 class ParamSet;
+class Param;
+
+// Spatial double parameters and the project they apply to. Canonical
+// coordinates are the pixels of the project at render scale 1 (the
+// instance's project size); normalised ones are fractions of the project's
+// size, positions counted from the project's offset.
+struct ProjectFrame {
+    // The project an instance starts with, and the one descriptors are shown in.
+    double width = 1920.0, height = 1080.0;
+    double x = 0.0, y = 0.0;  // the project offset
+};
+
+// How a parameter's values relate to the project, as the OFX standard has it:
+//  - Default: a spatial double (type X, Y, XY or their Absolute forms) whose
+//    "OfxParamPropDefaultCoordinateSystem" is normalised declares only its
+//    default as a fraction of the project. The host converts that default
+//    to canonical coordinates for the instance; every value afterwards, the
+//    plug-in's and the user's, is canonical. Our host fixes an instance's
+//    project after creating it, so the conversion is made against the
+//    instance's project when the untouched default is read.
+//  - Values: the older normalised types (NormalisedX ... NormalisedXYAbsolute)
+//    keep normalised values: the plug-in reads and writes fractions through
+//    the parameter suite, and they are stored so. The user works in
+//    canonical coordinates: the command line's text and describe's defaults
+//    and ranges are pixels, converted at that boundary.
+enum class Normalisation { None, Default, Values };
+Normalisation normalisationOf(const Param& param);
+// Normalised to canonical and back, per the parameter's axes (x for the X
+// types, y for the Y types, x then y for XY); sizes scale, absolute
+// positions also move by the offset. Other dimensions and types pass as they are.
+ParamValue toCanonical(const Param& param, ParamValue v, const ProjectFrame& project);
+ParamValue fromCanonical(const Param& param, ParamValue v, const ProjectFrame& project);
+// The project of the instance that owns the parameter; for a descriptor (or
+// a set of its own) the project an instance starts with.
+ProjectFrame projectOf(const Param& param);
 
 class Param : public Handled<HandleKind::Param> {
 public:
@@ -103,6 +138,9 @@ public:
 
 private:
     ParamValue interpolate(double time) const;  // with the lock held
+    // The value without keys: value_, or the normalised default converted
+    // for the project while untouched (see Normalisation::Default).
+    ParamValue baseValue() const;  // with the lock held
     ParamValue customInterpolate(double time, const std::pair<const double, ParamValue>& a,
                                  const std::pair<const double, ParamValue>& b) const;
 
@@ -112,6 +150,7 @@ private:
     PropertySet props_;
     mutable std::mutex mutex_;
     ParamValue value_;
+    bool normalisedDefault_ = false;  // value_ is the default, still normalised
     std::map<double, ParamValue> keys_;
     std::map<double, int> keyInterpolations_;  // only keys given one
     std::vector<Curve> curves_;

@@ -128,6 +128,13 @@ ParamValue parseParamText(const Param& param, const std::string& text) {
                 if (!ok)
                     throw Error(name, "\"" + trim(parts[i]) + "\" is not " +
                                           (type.kind == ValueKind::Int ? "an integer" : "a number"));
+            }
+            // The user gives the older normalised types in pixels of the
+            // project; the plug-in keeps (and is checked in) fractions.
+            const bool normalised = normalisationOf(param) == Normalisation::Values;
+            const ProjectFrame project = normalised ? projectOf(param) : ProjectFrame{};
+            if (normalised) v = fromCanonical(param, v, project);
+            for (int i = 0; i < type.dims; ++i) {
                 double lo, hi;
                 if (type.kind == ValueKind::Int) {
                     lo = param.props().getInt(kOfxParamPropMin, i);
@@ -136,8 +143,16 @@ ParamValue parseParamText(const Param& param, const std::string& text) {
                     lo = param.props().getDouble(kOfxParamPropMin, i);
                     hi = param.props().getDouble(kOfxParamPropMax, i);
                 }
-                if (v.n[i] < lo || v.n[i] > hi)
+                if (v.n[i] < lo || v.n[i] > hi) {
+                    if (normalised) {
+                        ParamValue l, h;
+                        l.n.fill(lo);
+                        h.n.fill(hi);
+                        lo = toCanonical(param, l, project).n[i];
+                        hi = toCanonical(param, h, project).n[i];
+                    }
                     throw Error(name, trim(parts[i]) + " is outside its range (" + describeRange(lo, hi) + ")");
+                }
             }
             return v;
         }
@@ -155,11 +170,13 @@ std::string formatParamValue(const Param& param, const ParamValue& v) {
         case ValueKind::Parametric: return "";
         default: break;
     }
+    const ParamValue shown =
+        normalisationOf(param) == Normalisation::Values ? toCanonical(param, v, projectOf(param)) : v;
     std::ostringstream os;
     os.precision(17);
     for (int i = 0; i < type.dims; ++i) {
         if (i) os << ',';
-        os << v.n[i];
+        os << shown.n[i];
     }
     return os.str();
 }

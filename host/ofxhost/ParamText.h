@@ -5,6 +5,8 @@
 //   choices               an index, or an option's label (exact, else
 //                         case-insensitive when that is unambiguous)
 //   strings and custom    the text itself; "@path" reads it from a file
+// Parameters of the older normalised double types are given and shown in
+// pixels of the owning instance's project (see Normalisation::Values).
 #pragma once
 
 #include <string>

@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "ofxImageEffect.h"
+#include "ofxTalvo.h"
 #include "ofxhost/ImageIO.h"
 #include "ofxhost/Plugin.h"
 #include "ofxhost/Sequence.h"
@@ -53,6 +54,51 @@ std::string chooseContext(Plugin& plugin, const std::string& asked, std::size_t 
     if (has(byInputs)) return byInputs;
     if (has(kOfxImageEffectContextGeneral)) return kOfxImageEffectContextGeneral;
     return declared.front();
+}
+
+DeclaredFormats declaredFormats(Plugin& plugin) {
+    DeclaredFormats f;
+    const PropertySet& p = plugin.describe().props();
+    const auto depths = p.has(kOfxImageEffectPropSupportedPixelDepths)
+                            ? p.getStrings(kOfxImageEffectPropSupportedPixelDepths)
+                            : std::vector<std::string>{};
+    for (const auto& d : depths) {
+        const bool byteRGBA = d == kOfxBitDepthByte, byteBGRA = d == kOfxBitDepthByteBGR;
+        const bool floatRGBA = d == kOfxBitDepthFloat, floatBGRA = d == kOfxBitDepthFloatBGR;
+        f.byte = f.byte || byteRGBA || byteBGRA;
+        f.floats = f.floats || floatRGBA || floatBGRA;
+        f.rgba = f.rgba || byteRGBA || floatRGBA;
+        f.bgra = f.bgra || byteBGRA || floatBGRA;
+        if (!(byteRGBA || byteBGRA || floatRGBA || floatBGRA) &&
+            std::find(f.others.begin(), f.others.end(), d) == f.others.end())
+            f.others.push_back(d);
+    }
+    // Older plug-ins may declare nothing; they have always been given both.
+    if (depths.empty()) f.byte = f.floats = f.rgba = true;
+    return f;
+}
+
+Depth renderDepthFor(Plugin& plugin, Depth wanted, bool asked) {
+    const DeclaredFormats f = declaredFormats(plugin);
+    if (!f.byte && !f.floats) {
+        std::string list;
+        for (const auto& d : f.others) list += (list.empty() ? "" : ", ") + d;
+        throw Error(plugin.id(), "declares only pixel depths this host does not render (" + list +
+                                     "); ofxrender renders byte and float");
+    }
+    const bool declared = wanted == Depth::Byte ? f.byte : f.floats;
+    if (declared) return wanted;
+    if (asked)
+        throw Error(plugin.id(), std::string("does not render ") + depthName(wanted) + " images (it declares " +
+                                     (f.byte ? "byte" : "float") + " only); leave out --depth or give --depth " +
+                                     (f.byte ? "byte" : "float"));
+    return f.byte ? Depth::Byte : Depth::Float;
+}
+
+PixelOrder renderOrderFor(Plugin& plugin, PixelOrder wanted) {
+    const DeclaredFormats f = declaredFormats(plugin);
+    if (wanted == PixelOrder::BGRA) return f.bgra ? PixelOrder::BGRA : PixelOrder::RGBA;
+    return f.rgba || !f.bgra ? PixelOrder::RGBA : PixelOrder::BGRA;
 }
 
 namespace {
@@ -128,6 +174,11 @@ std::unique_ptr<Instance> prepareInstance(Plugin& plugin, const RenderJob& job, 
         else if (!job.output.empty())
             options.depth = depthForExtension(job.output);
     }
+
+    // The format follows what the plug-in declares: a plug-in handed a
+    // depth or order it does not know writes garbage and still succeeds.
+    options.depth = renderDepthFor(plugin, options.depth, job.depthGiven);
+    options.order = renderOrderFor(plugin, options.order);
 
     auto instance = plugin.createInstance(context);
     for (const auto& [clip, input] : inputs) {

@@ -64,6 +64,26 @@ struct RenderResult {
 // transition) when declared; else general when declared; else the first.
 std::string chooseContext(Plugin& plugin, const std::string& asked, std::size_t inputCount);
 
+// What the plug-in declares in "OfxImageEffectPropSupportedPixelDepths",
+// among the formats this host renders: byte and float, and with the BGR
+// depths ("OfxBitDepthByteBGR", "OfxBitDepthFloatBGR") BGRA memory. A
+// plug-in that declares nothing is taken to render both depths in RGBA.
+struct DeclaredFormats {
+    bool byte = false, floats = false;  // in either order
+    bool rgba = false, bgra = false;    // at either depth
+    std::vector<std::string> others;    // declared depths the host does not render
+};
+DeclaredFormats declaredFormats(Plugin& plugin);
+// The depth a plug-in renders in: the wanted one when it declares it; else,
+// when the depth was not asked for, the one it declares (the inputs are
+// converted on the way in, the output file's writer converts on the way
+// out). Throws Error when it was asked for and is not declared, or when the
+// plug-in declares only depths the host does not render.
+Depth renderDepthFor(Plugin& plugin, Depth wanted, bool asked);
+// The memory order a plug-in receives: BGRA only when it declares a BGR
+// depth, RGBA otherwise; a plug-in declaring only BGR depths gets BGRA.
+PixelOrder renderOrderFor(Plugin& plugin, PixelOrder wanted);
+
 // Runs the job; throws Error on any failure, with no output file written.
 RenderResult runRenderJob(Plugin& plugin, const RenderJob& job);
 

@@ -89,11 +89,15 @@ OpenCLFigures benchOpenCL(ofxhost::OpenCLDevice& device, int repeat, double mega
                           ofxhost::ImageBuffer& output) {
     options.openCL = true;
     OpenCLFigures f;
-    f.render = medianRate(repeat, megapixels, [&] { checkStatus(plugin, instance.render(time, options, output)); });
+    // The questions before the render are asked once; the figures time the
+    // render calls alone.
+    ofxhost::RenderPlan plan = instance.planRender(time, options, output);
+    f.render =
+        medianRate(repeat, megapixels, [&] { checkStatus(plugin, instance.renderPlanned(plan, options, output)); });
     {
         ofxhost::OpenCLFrame frame(device, output);
         f.kernel = medianRate(repeat, megapixels, [&] {
-            checkStatus(plugin, instance.renderResident(time, options, frame));
+            checkStatus(plugin, instance.renderResident(plan, options, frame));
             frame.finish();
         });
     }
@@ -115,6 +119,7 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
     if (!job.size && job.inputs.empty()) job.size = std::pair{1920, 1080};
     auto plugin = s.load(o.plugin);
     noteOpenCLFallback(*plugin, o, err);
+    noteOrderFallback(*plugin, o, err);
     // Measured beside the processor: the OpenCL device, when the effect
     // renders with it.
     const bool onDevice = o.openCL && ofxhost::supportsOpenCL(plugin->describe());
@@ -153,8 +158,11 @@ int benchCommand(Session& s, const CliOptions& o, std::ostream& out, std::ostrea
     // the frame: the memory bandwidth a point filter can at best reach.
     ofxhost::RenderOptions cpuOptions = options;
     cpuOptions.openCL = false;
-    const Figure cpu =
-        medianRate(o.repeat, megapixels, [&] { checkStatus(*plugin, instance->render(time, cpuOptions, output)); });
+    // Clip preferences, identity, regions of definition and interest once;
+    // then the render calls are timed.
+    ofxhost::RenderPlan plan = instance->planRender(time, cpuOptions, output);
+    const Figure cpu = medianRate(o.repeat, megapixels,
+                                  [&] { checkStatus(*plugin, instance->renderPlanned(plan, cpuOptions, output)); });
     std::vector<unsigned char> from(bytes, 1), to(bytes);
     const Figure memcpyFigure = medianRate(o.repeat, megapixels, [&] {
         std::memcpy(to.data(), from.data(), bytes);

@@ -41,10 +41,12 @@ OfxStatus clipGetPropertySet(OfxImageClipHandle h, OfxPropertySetHandle* out) {
     return onHandle<Clip>(h, [&](Clip& c) { return giveOut(out, c.props().handle()); });
 }
 
-OfxStatus clipGetImage(OfxImageClipHandle h, OfxTime time, const OfxRectD*, OfxPropertySetHandle* out) {
+OfxStatus clipGetImage(OfxImageClipHandle h, OfxTime time, const OfxRectD* region, OfxPropertySetHandle* out) {
+    // A failed fetch leaves no handle that could pass for an image.
+    if (out) *out = nullptr;
     return onHandle<Clip>(h, [&](Clip& c) {
         Instance* inst = c.owner().asInstance();
-        return inst ? inst->getImage(c, time, out) : kOfxStatErrBadHandle;
+        return inst ? inst->getImage(c, time, out, region) : kOfxStatErrBadHandle;
     });
 }
 

@@ -94,10 +94,16 @@ void Instance::connect(const std::string& name, FrameSource source) {
                     pluginRef_->id() + " has no such input clip (it has: " + (list.empty() ? "none" : list) + ")");
     }
     if (!source) throw Error("clip \"" + name + "\"", "connected to nothing");
-    std::lock_guard lock(mutex_);
-    sources_[name] = std::move(source);
-    c->props().setInt(kOfxImageClipPropConnected, 1);
-    cache_.clear();
+    RenderOptions formats;
+    {
+        std::lock_guard lock(mutex_);
+        sources_[name] = std::move(source);
+        c->props().setInt(kOfxImageClipPropConnected, 1);
+        cache_.clear();
+        preferencesDue_ = true;
+        formats = lastOptions_;
+    }
+    setClipFormats(formats);
 }
 
 void Instance::connect(const std::string& name, std::shared_ptr<const ImageBuffer> image) {
@@ -108,10 +114,16 @@ void Instance::connect(const std::string& name, std::shared_ptr<const ImageBuffe
 void Instance::disconnect(const std::string& name) {
     Clip* c = clip(name);
     if (!c) throw Error("clip \"" + name + "\"", "no such clip");
-    std::lock_guard lock(mutex_);
-    sources_.erase(name);
-    c->props().setInt(kOfxImageClipPropConnected, 0);
-    cache_.clear();
+    RenderOptions formats;
+    {
+        std::lock_guard lock(mutex_);
+        sources_.erase(name);
+        c->props().setInt(kOfxImageClipPropConnected, 0);
+        cache_.clear();
+        preferencesDue_ = true;
+        formats = lastOptions_;
+    }
+    setClipFormats(formats);
 }
 
 bool Instance::connected(const std::string& name) const {
@@ -161,6 +173,10 @@ void Instance::uplift(const UpliftData& data) {
     in.definePointer(kOfxPropTalvoUpliftData, {const_cast<unsigned char*>(data.state.data())});
     in.defineInt(kOfxPropTalvoUpliftDataLength, {static_cast<int>(data.state.size())});
     const OfxStatus s = callWithRender(kOfxImageEffectActionTalvoKeyframeUplift, nullptr, in.handle(), nullptr);
+    {
+        std::lock_guard lock(mutex_);
+        preferencesDue_ = true;
+    }
     throwIfFailed(s, pluginRef_->id(), "the keyframe uplift of " + std::to_string(n) + " keys");
 }
 
@@ -195,6 +211,8 @@ OfxStatus Instance::instanceChanged(const std::string& type, const std::string& 
     {
         std::lock_guard lock(mutex_);
         scale = lastOptions_.renderScale;
+        // A change may change what the plug-in prefers for its clips.
+        preferencesDue_ = true;
     }
     in.defineDouble(kOfxImageEffectPropRenderScale, {scale, scale});
     return callWithRender(kOfxActionInstanceChanged, nullptr, in.handle(), nullptr);

@@ -25,24 +25,40 @@ std::string Instance::lastSourceError() const {
     return sourceError_;
 }
 
-OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out) {
+OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out, const OfxRectD* region) {
     if (!out) return kOfxStatErrValue;
     *out = nullptr;
     const RenderContext* ctx = findRender(time);
     std::shared_ptr<const ImageBuffer> buffer;
     RenderOptions options;
+    RectI rod;
+    std::string premultiplication = kOfxImagePreMultiplied;
     if (clip.isOutput()) {
         if (!ctx || ctx->time != time) return kOfxStatFailed;
         options = ctx->options;
         // Not owned: the render's caller owns the output image.
         buffer = std::shared_ptr<const ImageBuffer>(std::shared_ptr<void>(), ctx->output);
+        rod = ctx->plan ? ctx->plan->definedPixels : buffer->bounds();
+        premultiplication = clipPreferencesTaken().premultiplication;
+        ++ctx->outputFetches;
     } else {
         {
             std::lock_guard lock(mutex_);
             options = ctx ? ctx->options : lastOptions_;
         }
         try {
-            buffer = inputFrame(clip, time, options, ctx != nullptr);
+            const auto whole = inputFrame(clip, time, options, ctx != nullptr);
+            if (!whole) return kOfxStatFailed;
+            rod = whole->bounds();
+            // What the plug-in asked for: the region it names, else in a
+            // render its region of interest; within the frame either way.
+            std::optional<RectI> part;
+            if (region)
+                part = intersection(toPixels(*region, options.renderScale), rod);
+            else if (ctx && ctx->plan)
+                if (auto it = ctx->plan->inputBounds.find(clip.name()); it != ctx->plan->inputBounds.end())
+                    part = it->second;
+            buffer = part ? inputFrame(clip, time, options, ctx != nullptr, part) : whole;
         } catch (const std::exception& e) {
             std::lock_guard lock(mutex_);
             sourceError_ = e.what();
@@ -62,7 +78,7 @@ OfxStatus Instance::getImage(Clip& clip, double time, OfxPropertySetHandle* out)
     }
     std::lock_guard lock(mutex_);
     const std::string id = clip.name() + "@" + std::to_string(time) + "#" + std::to_string(++imageSerial_);
-    auto image = std::make_unique<HostImage>(*this, std::move(buffer), options, id, clImage);
+    auto image = std::make_unique<HostImage>(*this, std::move(buffer), options, id, clImage, rod, premultiplication);
     *out = image->handle();
     images_.emplace(image->handle(), std::move(image));
     return kOfxStatOK;
@@ -81,15 +97,22 @@ OfxStatus Instance::releaseAnyImage(OfxPropertySetHandle h) {
 
 OfxStatus Instance::clipRegionOfDefinition(Clip& clip, double time, OfxRectD& out) {
     if (clip.isOutput()) {
-        out = OfxRectD{0, 0, double(projectWidth_), double(projectHeight_)};
+        // In a render, what the plug-in answered for it; else the project.
+        const RenderContext* ctx = findRender(time);
+        out = ctx && ctx->plan && ctx->time == time ? ctx->plan->regionOfDefinition
+                                                    : OfxRectD{0, 0, double(projectWidth_), double(projectHeight_)};
         return kOfxStatOK;
     }
+    // An input without a source defines nothing.
+    out = OfxRectD{0, 0, 0, 0};
     FrameSource source;
     {
         std::lock_guard lock(mutex_);
         auto s = sources_.find(clip.name());
-        if (s == sources_.end()) {
-            out = OfxRectD{0, 0, 0, 0};
+        if (s == sources_.end()) return kOfxStatOK;
+        if (auto known = sourceBounds_.find({clip.name(), time}); known != sourceBounds_.end()) {
+            const RectI b = known->second;
+            out = OfxRectD{double(b.x1), double(b.y1), double(b.x2), double(b.y2)};
             return kOfxStatOK;
         }
         source = s->second;
@@ -102,10 +125,7 @@ OfxStatus Instance::clipRegionOfDefinition(Clip& clip, double time, OfxRectD& ou
         sourceError_ = e.what();
         return kOfxStatFailed;
     }
-    if (!frame) {
-        out = OfxRectD{0, 0, 0, 0};
-        return kOfxStatOK;
-    }
+    if (!frame) return kOfxStatOK;
     const RectI b = frame->bounds();
     out = OfxRectD{double(b.x1), double(b.y1), double(b.x2), double(b.y2)};
     return kOfxStatOK;

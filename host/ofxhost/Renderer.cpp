@@ -1,5 +1,6 @@
-// Running a render job: the sequence of frames, identity, the render
-// action, and the outputs kept pending until every frame has rendered.
+// Running a render job: the sequence of frames, each rendered through the
+// instance's render sequence, and the outputs kept pending until every frame
+// has rendered.
 #include "ofxhost/Renderer.h"
 
 #include <algorithm>
@@ -32,49 +33,25 @@ RenderResult runRenderJob(Plugin& plugin, const RenderJob& job) {
     const double step = job.times.size() > 1 ? job.times[1] - job.times[0] : 1.0;
     RenderOptions seq = options;
     seq.sequential = true;
+    seq.checkIdentity = job.checkIdentity;
     throwIfFailed(instance->beginSequence(first, last, step, seq), plugin.id(), "begin sequence render action");
     for (std::size_t i = 0; i < job.times.size(); ++i) {
         const double t = job.times[i];
         instance->setTime(t);
         ImageBuffer out = instance->makeOutput(seq);
-        bool done = false;
-        if (job.checkIdentity) {
-            std::string clip;
-            double identityTime = t;
-            const OfxStatus s = instance->isIdentity(t, seq, clip, identityTime);
-            if (s == kOfxStatOK && !clip.empty()) {
-                Clip* c = instance->clip(clip);
-                if (!c || c->isOutput()) throw Error(plugin.id(), "is identity on an unknown clip \"" + clip + "\"");
-                OfxPropertySetHandle h = nullptr;
-                if (instance->getImage(*c, identityTime, &h) == kOfxStatOK) {
-                    PropertySet* img = PropertySet::fromHandle(h);
-                    const auto b = img->getInts(kOfxImagePropBounds);
-                    const auto* data = static_cast<const std::byte*>(img->getPointer(kOfxImagePropData));
-                    const int rowBytes = img->getInt(kOfxImagePropRowBytes);
-                    const RectI ob = out.bounds();
-                    for (int y = std::max(ob.y1, b[1]); y < std::min(ob.y2, b[3]); ++y) {
-                        const int x1 = std::max(ob.x1, b[0]), x2 = std::min(ob.x2, b[2]);
-                        if (x2 > x1)
-                            std::copy_n(data + std::ptrdiff_t(y - b[1]) * rowBytes +
-                                            std::ptrdiff_t(x1 - b[0]) * out.pixelBytes(),
-                                        std::size_t(x2 - x1) * out.pixelBytes(),
-                                        static_cast<std::byte*>(out.pixelAddress(x1, y)));
-                    }
-                    instance->releaseImage(h);
-                    done = true;
-                }
-            } else {
-                throwIfFailed(s, plugin.id(), "is identity action");
-            }
+        // The whole sequence of the standard, identity included; the frame
+        // starts transparent black, and so stays where nothing is defined.
+        RenderPlan plan;
+        const OfxStatus s = instance->render(t, seq, out, &plan);
+        if (s != kOfxStatOK && s != kOfxStatReplyDefault) {
+            std::string why = "render action at time " + std::to_string(t) + " returned " + statusName(s);
+            if (const std::string source = instance->lastSourceError(); !source.empty()) why += " (" + source + ")";
+            throw Error(plugin.id(), why, s);
         }
-        if (!done) {
-            const OfxStatus s = instance->render(t, seq, out);
-            if (s != kOfxStatOK && s != kOfxStatReplyDefault) {
-                std::string why = "render action at time " + std::to_string(t) + " returned " + statusName(s);
-                if (const std::string source = instance->lastSourceError(); !source.empty()) why += " (" + source + ")";
-                throw Error(plugin.id(), why, s);
-            }
-        }
+        // A render that "passed" without touching its output made no frame.
+        if (plan.identityClip.empty() && !plan.tiles.empty() && !plan.window.empty() && !plan.outputFetched)
+            throw Error(plugin.id(), "render action at time " + std::to_string(t) + " returned " + statusName(s) +
+                                         " without fetching the output image");
         if (!job.output.empty())
             pending.emplace_back(expandFramePattern(job.output, std::lround(t)), out);
         else

@@ -260,6 +260,10 @@ private:
     // Throws Error when the plug-in cannot render here with these options.
     void checkRenderable(const RenderOptions& o) const;
     // The identity clip's image at the identity time, copied over the window.
+    // Checks the output against the options and starts the plan's render
+    // afresh; true when nothing is left to render (an identity, copied now,
+    // or a window the region of definition leaves empty).
+    bool doneWithoutRender(RenderPlan& plan, const RenderOptions& o, ImageBuffer& output);
     void copyIdentity(const RenderPlan& plan, const RenderOptions& o, ImageBuffer& output);
     // The render calls over the plan's window, as the plug-in's threading
     // and thread safety allow.

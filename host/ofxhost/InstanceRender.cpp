@@ -207,16 +207,21 @@ OfxStatus Instance::render(double time, const RenderOptions& o, ImageBuffer& out
     return renderPlanned(plan, o, output);
 }
 
-OfxStatus Instance::renderPlanned(RenderPlan& plan, const RenderOptions& o, ImageBuffer& output) {
+bool Instance::doneWithoutRender(RenderPlan& plan, const RenderOptions& o, ImageBuffer& output) {
     if (output.depth() != o.depth || output.order() != o.order)
         throw Error("render", "the output image is not in the render's depth and order");
     plan.tiles.clear();
     plan.outputFetched = false;
     if (!plan.identityClip.empty()) {
         copyIdentity(plan, o, output);
-        return kOfxStatOK;
+        return true;
     }
-    if (plan.skipsRender()) return kOfxStatOK;
+    if (plan.skipsRender()) return true;
+    return false;
+}
+
+OfxStatus Instance::renderPlanned(RenderPlan& plan, const RenderOptions& o, ImageBuffer& output) {
+    if (doneWithoutRender(plan, o, output)) return kOfxStatOK;
     ImageBuffer* target = &output;
     std::optional<ImageBuffer> scratch;
     if (plan.scratch) {
@@ -244,15 +249,7 @@ OfxStatus Instance::renderResident(RenderPlan& plan, const RenderOptions& option
     o.openCL = true;
     if (!openCLFor(o)) throw Error("OpenCL", "the effect does not render with OpenCL");
     ImageBuffer& output = frame.outputImage();
-    if (output.depth() != o.depth || output.order() != o.order)
-        throw Error("render", "the output image is not in the render's depth and order");
-    plan.tiles.clear();
-    plan.outputFetched = false;
-    if (!plan.identityClip.empty()) {
-        copyIdentity(plan, o, output);
-        return kOfxStatOK;
-    }
-    if (plan.skipsRender()) return kOfxStatOK;
+    if (doneWithoutRender(plan, o, output)) return kOfxStatOK;
     if (plan.scratch)
         throw Error("render window", pluginRef_->id() + " has no tiles: it renders on the device only whole");
     return renderInto(plan, o, output, &frame);

@@ -14,25 +14,10 @@ using hosttest::kBundle;
 
 namespace {
 
-struct CliRun {
-    int status;
-    std::string out;
-    std::string err;
-};
+using hosttest::CliRun;
+using hosttest::expectOneLineError;
 
-CliRun run(std::vector<std::string> args) {
-    args.push_back("--bundle");
-    args.push_back(kBundle);
-    std::ostringstream out, err;
-    const int status = ofxcli::runCli(args, out, err);
-    return {status, out.str(), err.str()};
-}
-
-void expectOneLineError(const CliRun& r, const std::string& what) {
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err.rfind("ofxrender ERROR: " + what + ": ", 0), 0u) << r.err;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
-}
+CliRun run(std::vector<std::string> args) { return hosttest::runOfxrender(std::move(args)); }
 
 TEST(Cli, HelpVersionList) {
     CliRun r = run({"--help"});

@@ -25,34 +25,14 @@ using namespace ofxhost;
 
 namespace {
 
-const std::string kForeign = FOREIGN_CASES_BUNDLE;
+using hosttest::CliRun;
+using hosttest::expectOneLineError;
 
 std::shared_ptr<Plugin> loadCase(const std::shared_ptr<Host>& host, const std::string& id) {
-    auto bundle = Bundle::open(kForeign, host.get());
-    const int index = bundle->indexOf("ondu1.cases:" + id);
-    if (index < 0) throw std::runtime_error("the foreign cases lack " + id);
-    return Plugin::load(host, bundle, index);
+    return hosttest::loadTestPlugin(host, "ondu1.cases:" + id, hosttest::kForeignCases);
 }
 
-struct CliRun {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-CliRun run(std::vector<std::string> args) {
-    args.push_back("--bundle");
-    args.push_back(kForeign);
-    std::ostringstream out, err;
-    const int status = ofxcli::runCli(args, out, err);
-    return {status, out.str(), err.str()};
-}
-
-void expectOneLineError(const CliRun& r, const std::string& what, const std::string& why = "") {
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err.rfind("ofxrender ERROR: " + what + ": " + why, 0), 0u) << r.err;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
-}
+CliRun run(std::vector<std::string> args) { return hosttest::runOfxrender(std::move(args), hosttest::kForeignCases); }
 
 // A generator job of one frame kept in memory.
 RenderJob generatorJob(int w, int h, Depth depth, PixelOrder order = PixelOrder::RGBA) {
@@ -257,7 +237,7 @@ TEST(ForeignOutput, PluginPrintsStayOffTheJson) {
         {
             // As ofxrender's main does.
             ofxcli::CleanStdout guard;
-            std::vector<std::string> args = {command, "--json", "--bundle", kForeign};
+            std::vector<std::string> args = {command, "--json", "--bundle", hosttest::kForeignCases};
             if (std::string(command) == "describe") args.insert(args.begin() + 1, "chatty");
             std::ostringstream err;
             status = ofxcli::runCli(args, guard.out(), err);
@@ -283,7 +263,7 @@ TEST(ForeignOutput, PluginPrintsStayOffTheJson) {
 
 TEST(ForeignVersions, TheHighestUnlessAskedOtherwise) {
     auto host = hosttest::quietHost();
-    auto bundle = Bundle::open(kForeign, host.get());
+    auto bundle = Bundle::open(hosttest::kForeignCases, host.get());
     const std::string up = "ondu1.cases:versioned", down = "ondu1.cases:versionedDown";
     ASSERT_EQ(bundle->pluginVersion(bundle->indexOf(up)), std::make_pair(2u, 1u));
     EXPECT_EQ(bundle->pluginVersion(bundle->indexOf(up, 1)), std::make_pair(1u, 0u));
@@ -294,7 +274,7 @@ TEST(ForeignVersions, TheHighestUnlessAskedOtherwise) {
     EXPECT_EQ(bundle->pluginVersion(bundle->indexOf(down, 1)), std::make_pair(1u, 5u));
 
     ofxcli::CliOptions o;
-    o.bundles = {kForeign};
+    o.bundles = {hosttest::kForeignCases};
     std::ostringstream err;
     ofxcli::Session session(o, err, "");
     // Each version renders its own number: major / 10 + minor / 100.

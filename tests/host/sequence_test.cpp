@@ -22,13 +22,10 @@ using namespace ofxhost;
 
 namespace {
 
-const std::string kCases = RENDER_CASES_BUNDLE;
+const std::string& kCases = hosttest::kRenderCases;
 
 std::shared_ptr<Plugin> loadCase(const std::shared_ptr<Host>& host, const std::string& name) {
-    auto bundle = Bundle::open(kCases, host.get());
-    const int index = bundle->indexOf("ondu1.cases:" + name);
-    if (index < 0) throw std::runtime_error("render cases lack " + name);
-    return Plugin::load(host, bundle, index);
+    return hosttest::loadTestPlugin(host, "ondu1.cases:" + name, kCases);
 }
 
 // The texts of the plug-in's log messages with this id, oldest first.
@@ -241,17 +238,7 @@ TEST(OptionalClips, AnInputNotGivenLooksLikeNothing) {
     EXPECT_EQ(b.getString(kOfxImageEffectPropComponents), kOfxImageComponentNone);
 }
 
-struct CliRun {
-    int status;
-    std::string err;
-};
-
-CliRun runCases(std::vector<std::string> args) {
-    args.insert(args.end(), {"--bundle", kCases});
-    std::ostringstream out, err;
-    const int status = ofxcli::runCli(args, out, err);
-    return {status, err.str()};
-}
+hosttest::CliRun runCases(std::vector<std::string> args) { return hosttest::runOfxrender(std::move(args), kCases); }
 
 std::string jobError(Plugin& plugin, const RenderJob& job) {
     try {
@@ -279,17 +266,14 @@ TEST(Refusals, WhatCannotRenderHereIsAnError) {
               "ondu1.cases:lazy: render action at time 0.000000 returned kOfxStatOK without fetching the output image");
 
     // ofxrender: one line, status 1, and no file.
-    CliRun r = runCases({"bench", "ondu1.cases:gpuOnly", "--size", "4x4", "--repeat", "1"});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err.rfind("ofxrender ERROR: ondu1.cases:gpuOnly: does not render on the CPU", 0), 0u) << r.err;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    hosttest::CliRun r = runCases({"bench", "ondu1.cases:gpuOnly", "--size", "4x4", "--repeat", "1"});
+    hosttest::expectOneLineError(r, "ondu1.cases:gpuOnly", "does not render on the CPU");
     if (!imageFilesSupported()) return;
     hosttest::TempDir dir;
     writeImage(dir.file("in.tif"), ImageBuffer::testFrame(4, 4, Depth::Byte, PixelOrder::RGBA, 1));
     for (const char* name : {"ondu1.cases:noOutput", "ondu1.cases:lazy", "ondu1.cases:gpuOnly"}) {
         r = runCases({"render", name, "-i", dir.file("in.tif"), "-o", dir.file("out.tif")});
-        EXPECT_EQ(r.status, 1) << name;
-        EXPECT_EQ(r.err.rfind(std::string("ofxrender ERROR: ") + name + ": ", 0), 0u) << r.err;
+        hosttest::expectOneLineError(r, name);
         EXPECT_EQ(dir.entries(), std::vector<std::string>{"in.tif"}) << name;
     }
 }

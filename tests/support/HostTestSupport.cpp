@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <sstream>
+
+#include "cli/Cli.h"
 
 namespace hosttest {
 
@@ -19,11 +22,26 @@ std::shared_ptr<ofxhost::Host> quietHost(unsigned threads) {
     return quietHost(std::move(config));
 }
 
-std::shared_ptr<ofxhost::Plugin> loadTestPlugin(const std::shared_ptr<ofxhost::Host>& host, const std::string& id) {
-    auto bundle = ofxhost::Bundle::open(kBundle, host.get());
-    const int index = bundle->indexOf(id);
-    if (index < 0) throw std::runtime_error("test bundle lacks " + id);
-    return ofxhost::Plugin::load(host, bundle, index);
+std::shared_ptr<ofxhost::Plugin> loadTestPlugin(const std::shared_ptr<ofxhost::Host>& host, const std::string& id,
+                                                const std::string& bundle) {
+    auto opened = ofxhost::Bundle::open(bundle, host.get());
+    const int index = opened->indexOf(id);
+    if (index < 0) throw std::runtime_error(bundle + " lacks " + id);
+    return ofxhost::Plugin::load(host, opened, index);
+}
+
+CliRun runOfxrender(std::vector<std::string> args, const std::string& bundle) {
+    args.push_back("--bundle");
+    args.push_back(bundle);
+    std::ostringstream out, err;
+    const int status = ofxcli::runCli(args, out, err);
+    return {status, out.str(), err.str()};
+}
+
+void expectOneLineError(const CliRun& r, const std::string& what, const std::string& why) {
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("ofxrender ERROR: " + what + ": " + why, 0), 0u) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
 }
 
 ofxhost::ImageBuffer solidFloat(int width, int height, ofxhost::PixelOrder order, float value) {

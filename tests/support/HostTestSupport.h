@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ofxhost/Bundle.h"
 #include "ofxhost/Host.h"
@@ -17,12 +18,28 @@
 namespace hosttest {
 
 inline const std::string kBundle = HOST_TEST_BUNDLE;
+// Plug-ins written as other vendors write them: the render sequence and
+// tiles, and what they declare.
+inline const std::string kRenderCases = RENDER_CASES_BUNDLE;
+inline const std::string kForeignCases = FOREIGN_CASES_BUNDLE;
 
 // A quiet host (messages kept, not printed) with a few threads.
 std::shared_ptr<ofxhost::Host> quietHost(ofxhost::HostConfig config = {});
 std::shared_ptr<ofxhost::Host> quietHost(unsigned threads);
-// Loads a plug-in of the test bundle by identifier.
-std::shared_ptr<ofxhost::Plugin> loadTestPlugin(const std::shared_ptr<ofxhost::Host>& host, const std::string& id);
+// Loads a plug-in of a test bundle by identifier.
+std::shared_ptr<ofxhost::Plugin> loadTestPlugin(const std::shared_ptr<ofxhost::Host>& host, const std::string& id,
+                                                const std::string& bundle = kBundle);
+
+// ofxrender run in-process on a bundle: exit status and what it wrote.
+struct CliRun {
+    int status;
+    std::string out;
+    std::string err;
+};
+CliRun runOfxrender(std::vector<std::string> args, const std::string& bundle = kBundle);
+// A failure as ofxrender reports one: status 1 and the single line
+// "ofxrender ERROR: <what>: <why>...".
+void expectOneLineError(const CliRun& r, const std::string& what, const std::string& why = "");
 // A float image with every channel of every pixel set to value.
 ofxhost::ImageBuffer solidFloat(int width, int height, ofxhost::PixelOrder order, float value);
 

@@ -19,6 +19,8 @@
 //       static void launch(OFX::OpenCLEffectProcessor<invert>& cl, const Values& v);
 //       // Optional: using Plugin = a class derived from OFX::EffectPlugin<invert>;
 //       // Optional: static void uplift(OFX::EffectPlugin<invert>&, const KeyframeUpliftArguments&);
+//       // Optional, for CPU work that cannot be split by rows:
+//       // static constexpr bool wholeWindow = true;
 //   };
 //   const OFX::EffectRegistration<invert> registration;
 //
@@ -59,6 +61,13 @@ protected:
 template <class Effect>
 concept HasOpenCL = requires {
     Effect::openCL;
+};
+
+// An effect whose CPU processor takes the whole render window in one call
+// rather than a band of rows per thread.
+template <class Effect>
+concept WholeWindow = requires {
+    requires Effect::wholeWindow;
 };
 
 template <class Effect>
@@ -132,6 +141,7 @@ public:
         processor.setDstImg(dst.get());
         processor.setSrcImg(src.get());
         processor.setRenderWindow(args.renderWindow);
+        processor.setWholeWindow(WholeWindow<Effect>);
         processor.setValues(Effect::values(*this, args));
         processor.process();
     }

@@ -67,7 +67,8 @@ void ImageProcessor::process() {
     // skipped; the row workers accept empty bands.
     if (renderWindow.x2 - renderWindow.x1 == 0 && renderWindow.y2 - renderWindow.y1 != 0) return;
     preProcess();
-    multiThread(0);
+    // One thread is one band: the whole window.
+    multiThread(wholeWindow ? 1 : 0);
     postProcess();
 }
 

@@ -55,6 +55,11 @@ public:
 
     void setDstImg(Image* image) { dstImg = image; }
     void setRenderWindow(const OfxRectI& window) { renderWindow = window; }
+    // For work that cannot be split by rows (a blur reads whole columns):
+    // process() then calls multiThreadProcessImages once, on the calling
+    // thread, with the whole render window. The work may still use threads
+    // of its own, and abort() stays the effect's to poll.
+    void setWholeWindow(bool whole) { wholeWindow = whole; }
 
     virtual void preProcess() {}
     // The band's work; returns 1 when it stopped for the host's abort, a
@@ -69,6 +74,7 @@ protected:
     ImageEffect& effect;
     Image* dstImg = nullptr;
     OfxRectI renderWindow{0, 0, 0, 0};
+    bool wholeWindow = false;
 };
 
 }  // namespace OFX

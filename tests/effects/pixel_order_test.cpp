@@ -47,6 +47,12 @@ std::vector<OrderCase> cases() {
         {"channelblend", false, {{"RED weight G", "0.5"}, {"BLUE weight R", "0.7"}, {"GREEN weight A", "0.2"}}},
         {"brightnessandcontrast", false, {}},
         {"brightnessandcontrast", false, {{"Brightness", "0.2"}, {"Contrast", "0.3"}}},
+        // Ranges in pixels of the 17-line frame.
+        {"gaussianblur", false, {}},
+        {"gaussianblur", false, {{"HorizontalRange", "3.4"}, {"VerticalRange", "1"}, {"Red", "false"}}},
+        {"gaussianblur", false, {{"Blue", "false"}, {"Alpha", "false"}}},
+        {"quickblur", false, {{"BlendAmount", "1"}}},
+        {"quickblur", false, {{"BlendAmount", "0.4"}}},
         {"sharpen", false, {}},
         {"sharpen", false, {{"amount", "0.9"}}},
         {"sharpen", false, {{"amount", "0.08"}}},

@@ -1,0 +1,428 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "EffectTest.h"
+#include "OpenCLParity.h"
+#include "ofxhost/Json.h"
+#include "ofxImageEffect.h"
+#include "ofxTalvo.h"
+
+using namespace ondu1test;
+using ofxhost::Depth;
+using ofxhost::PixelOrder;
+
+namespace {
+
+// A parameter value as the effect reads it (no conversion of the text form).
+ofxhost::ParamValue number(double v) {
+    ofxhost::ParamValue value;
+    value.n[0] = v;
+    return value;
+}
+
+const char* const kGaussian = "talvo.effects:gaussianblur";
+
+// The recursive Gaussian written out from the published fourth-order
+// (Deriche) form, as a plain double reference: coefficients for a radius,
+// one line forward and backward with the edge samples repeated for ever,
+// rows into a float image, then columns.
+struct Coefficients {
+    double np[5], dp[5], nm[5], bp[5], bm[5];
+};
+
+Coefficients coefficientsFor(double radius) {
+    const double r = std::fabs(radius) + 1.5;
+    // The Gaussian falls to 1/255 at r.
+    double sigma = std::sqrt(-(r * r) / (2 * std::log(0.00392156862745098)));
+    sigma = std::max(sigma, 0.6);
+    const double n = 2.50662827463 * sigma;
+    const double a0 = double(-1.783f) / sigma, a1 = double(-1.723f) / sigma;
+    const double b0 = double(0.6318f) / sigma, b1 = double(1.997f) / sigma;
+    const double c0 = double(1.6803f) / n, c1 = double(3.735f) / n, c2 = double(-0.6803f) / n,
+                 c3 = double(-0.2598f) / n;
+    Coefficients g{};
+    g.np[0] = c2 + c0;
+    g.np[1] = std::exp(a0) * (c1 * std::sin(b0) - (2 * c2 + c0) * std::cos(b0)) +
+              std::exp(a1) * (c3 * std::sin(b1) - (2 * c0 + c2) * std::cos(b1));
+    g.np[2] = 2 * std::exp(a0 + a1) *
+                  ((c0 + c2) * std::cos(b1) * std::cos(b0) - std::cos(b1) * c1 * std::sin(b0) -
+                   std::cos(b0) * c3 * std::sin(b1)) +
+              std::exp(2 * a0) * c2 + std::exp(2 * a1) * c0;
+    g.np[3] = std::exp(a1 * 2 + a0) * (c1 * std::sin(b0) - c0 * std::cos(b0)) +
+              std::exp(a0 * 2 + a1) * (c3 * std::sin(b1) - c2 * std::cos(b1));
+    g.dp[1] = -2 * std::exp(a1) * std::cos(b1) - 2 * std::exp(a0) * std::cos(b0);
+    g.dp[2] = 4 * std::cos(b1) * std::cos(b0) * std::exp(a0 + a1) + std::exp(2 * a1) + std::exp(2 * a0);
+    g.dp[3] = -2 * std::cos(b0) * std::exp(2 * a1 + a0) - 2 * std::cos(b1) * std::exp(2 * a0 + a1);
+    g.dp[4] = std::exp(2 * a0 + 2 * a1);
+    for (int i = 1; i <= 4; ++i) g.nm[i] = g.np[i] - g.np[0] * g.dp[i];
+    const double d = 1 + g.dp[1] + g.dp[2] + g.dp[3] + g.dp[4];
+    const double a = (g.np[0] + g.np[1] + g.np[2] + g.np[3]) / d;
+    const double b = (g.nm[1] + g.nm[2] + g.nm[3] + g.nm[4]) / d;
+    for (int i = 0; i < 5; ++i) {
+        g.bp[i] = g.dp[i] * a;
+        g.bm[i] = g.dp[i] * b;
+    }
+    return g;
+}
+
+double tiny(double v) { return std::fabs(v) < 1e-17 ? 0.0 : v; }
+
+std::vector<double> filterLine(const std::vector<double>& x, const Coefficients& g) {
+    const int n = static_cast<int>(x.size());
+    std::vector<double> yp(n), ym(n), out(n);
+    for (int i = 0; i < n; ++i) {
+        const int t = std::min(i, 4);
+        double s = g.np[0] * x[i];
+        for (int k = 1; k <= t; ++k) s += g.np[k] * x[i - k] - g.dp[k] * yp[i - k];
+        for (int k = t + 1; k <= 4; ++k) s += (g.np[k] - g.bp[k]) * x[0];
+        yp[i] = tiny(s);
+    }
+    for (int i = n - 1; i >= 0; --i) {
+        const int t = std::min(n - 1 - i, 4);
+        double s = g.nm[0] * x[i];
+        for (int k = 1; k <= t; ++k) s += g.nm[k] * x[i + k] - g.dp[k] * ym[i + k];
+        for (int k = t + 1; k <= 4; ++k) s += (g.nm[k] - g.bm[k]) * x[n - 1];
+        ym[i] = tiny(s);
+    }
+    for (int i = 0; i < n; ++i) out[i] = yp[i] + ym[i];
+    return out;
+}
+
+// The blur of the channels switched on (colour order: red, green, blue,
+// alpha), the others copied; bytes round to nearest (ties to even) and
+// clamp, and when not all four are blurred byte colour is kept within alpha.
+ofxhost::ImageBuffer blurred(const ofxhost::ImageBuffer& src, double hRadius, double vRadius,
+                             std::array<bool, 4> on = {true, true, true, true}) {
+    const int w = src.width(), h = src.height();
+    const bool bytes = src.depth() == Depth::Byte;
+    ofxhost::ImageBuffer out = src.clone();
+    const Coefficients gh = coefficientsFor(hRadius), gv = coefficientsFor(vRadius);
+    for (int c = 0; c < 4; ++c) {
+        if (!on[c]) continue;
+        std::vector<float> pass(static_cast<std::size_t>(w) * h);
+        for (int y = 0; y < h; ++y) {
+            std::vector<double> line(w);
+            for (int x = 0; x < w; ++x) line[x] = pixelAt(src, x, y)[c];
+            const auto f = filterLine(line, gh);
+            for (int x = 0; x < w; ++x) pass[y * w + x] = static_cast<float>(f[x]);
+        }
+        for (int x = 0; x < w; ++x) {
+            std::vector<double> line(h);
+            for (int y = 0; y < h; ++y) line[y] = pass[y * w + x];
+            const auto f = filterLine(line, gv);
+            for (int y = 0; y < h; ++y) {
+                if (bytes)
+                    out.setByte(x, y, c, static_cast<uint8_t>(std::clamp(std::nearbyint(f[y]), 0.0, 255.0)));
+                else
+                    out.setFloat(x, y, c, static_cast<float>(f[y]));
+            }
+        }
+    }
+    if (bytes && !(on[0] && on[1] && on[2] && on[3])) {
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < 3; ++c) out.setByte(x, y, c, std::min(out.byteAt(x, y, c), out.byteAt(x, y, 3)));
+    }
+    return out;
+}
+
+class GaussianTest : public ::testing::Test {
+protected:
+    std::shared_ptr<ofxhost::Host> host = quietHost();
+    std::shared_ptr<ofxhost::Plugin> plugin = loadEffect(host, kGaussian);
+
+    // The ranges as the effect reads them: fractions of the window's larger
+    // side (the host shows them in pixels).
+    static void setRanges(ofxhost::Instance& inst, double h, double v) {
+        inst.setValue("HorizontalRange", number(h));
+        inst.setValue("VerticalRange", number(v));
+    }
+};
+
+TEST_F(GaussianTest, DeclaresItsGroupGuidAndParameters) {
+    const auto& props = plugin->describe().props();
+    EXPECT_EQ(props.getString(kOfxPropLabel), "TALVO Gaussian Blur");
+    EXPECT_EQ(props.getString(kOfxImageEffectPluginPropGrouping), "TALVO\\Blur");
+    auto& desc = plugin->describeInContext("filter");
+    EXPECT_EQ(desc.props().getStrings(kOfxImageEffectPropTalvoUpliftGUID),
+              (std::vector<std::string>{"{1485B954-EB62-11D1-9AA9-00A0C99B12C5}"}));
+    // The ranges are shown in pixels of the 1080-line project a new
+    // instance starts with: 0.063 of it is 68.04.
+    const std::string shownDefault = ofxhost::Json(0.063 * 1080.0).dump(false);
+    expectParamTable(*plugin, "filter",
+                     {{"HorizontalRange",
+                       "Horizontal range",
+                       "horizontalrange",
+                       "Double",
+                       shownDefault,
+                       {0, 1080},
+                       {0, 1080},
+                       0.1,
+                       "",
+                       {},
+                       true},
+                      {"VerticalRange",
+                       "Vertical range",
+                       "verticalrange",
+                       "Double",
+                       shownDefault,
+                       {0, 1080},
+                       {0, 1080},
+                       0.1,
+                       "",
+                       {},
+                       true},
+                      {"Channels", "Channels", "Channels", "Group", "null", {}, {}, {}, "", {}, false},
+                      {"Red", "Red", "red", "Boolean", "true", {}, {}, {}, "Channels", {}, true},
+                      {"Green", "Green", "green", "Boolean", "true", {}, {}, {}, "Channels", {}, true},
+                      {"Blue", "Blue", "blue", "Boolean", "true", {}, {}, {}, "Channels", {}, true},
+                      {"Alpha", "Alpha", "alpha", "Boolean", "true", {}, {}, {}, "Channels", {}, true}});
+    for (const char* name : {"HorizontalRange", "VerticalRange"}) {
+        const auto& p = desc.params().find(name)->props();
+        EXPECT_EQ(p.getString(kOfxParamPropDoubleType), kOfxParamDoubleTypeNormalisedYAbsolute) << name;
+        EXPECT_EQ(p.getDouble(kOfxParamPropDefault), 0.063) << name;
+        EXPECT_EQ(p.getDouble(kOfxParamPropMax), 1.0) << name;
+    }
+}
+
+// Radii are the ranges times the window's larger side: 0.1 and 0.05 of a
+// 40 x 24 window are 4 and 2 pixels.
+TEST_F(GaussianTest, RadiiFollowTheLargerSideInEveryVariant) {
+    const auto source = ofxhost::ImageBuffer::testFrame(40, 24, Depth::Float, PixelOrder::RGBA, 7);
+    auto inst = filterOn(*plugin, source);
+    setRanges(*inst, 0.1, 0.05);
+    const auto bytes = source.converted(Depth::Byte, PixelOrder::RGBA);
+    expectFourVariants(*inst, {blurred(bytes, 4.0, 2.0), blurred(source, 4.0, 2.0)});
+}
+
+// The default, 0.063 of the larger side (here 35 x 50: 3.15 pixels both ways).
+TEST_F(GaussianTest, DefaultsBlurBothWaysAlike) {
+    const auto source = ofxhost::ImageBuffer::testFrame(35, 50, Depth::Float, PixelOrder::RGBA, 2);
+    auto inst = filterOn(*plugin, source);
+    const auto bytes = source.converted(Depth::Byte, PixelOrder::RGBA);
+    expectFourVariants(*inst, {blurred(bytes, 50 * 0.063, 50 * 0.063), blurred(source, 50 * 0.063, 50 * 0.063)});
+}
+
+// Both ranges 0: a copy, to the bit. One range 0 still smooths that way a
+// little (the kernel never narrows below a deviation of 0.6).
+TEST_F(GaussianTest, ZeroRangesCopyAndOneZeroRangeStillSmooths) {
+    auto source = ofxhost::ImageBuffer::testFrame(13, 9, Depth::Float, PixelOrder::RGBA, 4);
+    source.setFloat(0, 0, 0, 1.75f);  // beyond 1: copied as it is
+    auto inst = filterOn(*plugin, source);
+    setRanges(*inst, 0.0, 0.0);
+    const auto bytes = source.converted(Depth::Byte, PixelOrder::RGBA);
+    expectFourVariants(*inst, {bytes, source});
+
+    setRanges(*inst, 0.0, 0.5);
+    EXPECT_EQ(firstDifference(renderVariant(*inst, {Depth::Float, PixelOrder::BGRA}), blurred(source, 0.0, 6.5)), "");
+
+    // Stripes that a vertical blur alone would leave as they are.
+    ofxhost::ImageBuffer stripes(6, 4, Depth::Byte, PixelOrder::RGBA);
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 6; ++x)
+            for (int c = 0; c < 4; ++c) stripes.setByte(x, y, c, x % 2 ? 255 : 0);
+    auto striped = filterOn(*plugin, stripes);
+    setRanges(*striped, 0.0, 0.5);
+    const auto out = renderVariant(*striped, {Depth::Byte, PixelOrder::RGBA});
+    EXPECT_EQ(firstDifference(out, blurred(stripes, 0.0, 3.0)), "");
+    EXPECT_GT(out.byteAt(2, 1, 0), 0) << "a range of 0 still smooths a little";
+    EXPECT_LT(out.byteAt(3, 1, 0), 255);
+}
+
+// A switched-off colour is left alone in both pixel orders: "Red" off keeps
+// red, whichever memory position red has. Bytes blurred channel by channel
+// keep colour within alpha.
+TEST_F(GaussianTest, AColourSwitchedOffIsLeftAloneInBothOrders) {
+    const auto source = ofxhost::ImageBuffer::testFrame(24, 16, Depth::Float, PixelOrder::RGBA, 9);
+    const auto bytes = source.converted(Depth::Byte, PixelOrder::RGBA);
+    struct Case {
+        const char* off;
+        std::array<bool, 4> on;
+    };
+    for (const Case& c : {Case{"Red", {false, true, true, true}}, Case{"Blue", {true, true, false, true}},
+                          Case{"Green", {true, false, true, true}}}) {
+        auto inst = filterOn(*plugin, source);
+        setRanges(*inst, 0.125, 0.0625);
+        inst->setValueText(c.off, "false");
+        SCOPED_TRACE(c.off);
+        expectFourVariants(*inst, {blurred(bytes, 3.0, 1.5, c.on), blurred(source, 3.0, 1.5, c.on)});
+        for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+            const auto out = renderVariant(*inst, {Depth::Float, order});
+            const int kept = c.on[0] ? (c.on[1] ? 2 : 1) : 0;
+            for (int y = 0; y < 16; ++y)
+                for (int x = 0; x < 24; ++x) ASSERT_EQ(out.floatAt(x, y, kept), source.floatAt(x, y, kept));
+        }
+    }
+}
+
+// Alpha off with colour on: alpha stays the source's; in bytes the blurred
+// colour that spreads over clear pixels is cut back to their alpha of 0,
+// while floats keep it.
+TEST_F(GaussianTest, AlphaOffKeepsAlphaAndBytesClampColourToIt) {
+    ofxhost::ImageBuffer bytes(9, 3, Depth::Byte, PixelOrder::RGBA);
+    ofxhost::ImageBuffer floats(9, 3, Depth::Float, PixelOrder::RGBA);
+    for (int y = 0; y < 3; ++y) {
+        for (int c = 0; c < 4; ++c) {
+            bytes.setByte(4, y, c, 255);
+            floats.setFloat(4, y, c, 1.0f);
+        }
+    }
+    auto inst = filterOn(*plugin, floats);
+    inst->setValueText("Alpha", "false");
+    setRanges(*inst, 0.25, 0.0);
+    const std::array<bool, 4> colour{true, true, true, false};
+    expectFourVariants(*inst, {blurred(bytes, 2.25, 0.0, colour), blurred(floats, 2.25, 0.0, colour)});
+    const auto outBytes = renderVariant(*inst, {Depth::Byte, PixelOrder::BGRA});
+    const auto outFloats = renderVariant(*inst, {Depth::Float, PixelOrder::BGRA});
+    EXPECT_EQ(outBytes.byteAt(3, 1, 3), 0);
+    EXPECT_EQ(outBytes.byteAt(3, 1, 0), 0) << "colour over a clear pixel is cut to its alpha";
+    EXPECT_GT(outFloats.floatAt(3, 1, 0), 0.1f) << "floats are not clamped";
+    EXPECT_EQ(outFloats.floatAt(3, 1, 3), 0.0f);
+    EXPECT_LT(outBytes.byteAt(4, 1, 0), 255) << "the lit column itself spreads out";
+}
+
+// With every channel off there is nothing to blur, but the byte clamp of
+// colour to alpha still runs (a copy only when both ranges are 0).
+TEST_F(GaussianTest, AllChannelsOffCopiesWithTheByteClamp) {
+    const std::vector<Rgba> in{{200, 10, 90, 100}, {50, 60, 70, 255}, {5, 0, 255, 0}};
+    auto inst = filterOn(*plugin, rowImage(in, Depth::Byte));
+    for (const char* name : {"Red", "Green", "Blue", "Alpha"}) inst->setValueText(name, "false");
+    for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+        const auto out = renderVariant(*inst, {Depth::Byte, order});
+        EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{100, 10, 90, 100}));
+        EXPECT_EQ(pixelAt(out, 1, 0), (Rgba{50, 60, 70, 255}));
+        EXPECT_EQ(pixelAt(out, 2, 0), (Rgba{0, 0, 0, 0}));
+    }
+    setRanges(*inst, 0.0, 0.0);
+    const auto copy = renderVariant(*inst, {Depth::Byte, PixelOrder::RGBA});
+    EXPECT_EQ(pixelAt(copy, 0, 0), (Rgba{200, 10, 90, 100}));
+}
+
+// A constant picture of bytes stays as it is, the edges being the steady
+// state (the filter's gain is within 0.15% of 1, so floats move slightly:
+// they follow the reference); a one-pixel picture and one narrower than
+// the kernel are valid windows.
+TEST_F(GaussianTest, ConstantTinyAndNarrowPictures) {
+    const auto flat = [](int w, int h) {
+        ofxhost::ImageBuffer image(w, h, Depth::Byte, PixelOrder::RGBA);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < 4; ++c) image.setByte(x, y, c, static_cast<uint8_t>(40 * c + 60));
+        return image;
+    };
+    for (auto [w, h] : {std::pair{1, 1}, std::pair{3, 2}, std::pair{16, 5}}) {
+        const auto source = flat(w, h);
+        auto inst = filterOn(*plugin, source);
+        setRanges(*inst, 1.0, 1.0);
+        for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
+            EXPECT_EQ(firstDifference(renderVariant(*inst, {Depth::Byte, order}), source), "") << w << "x" << h;
+            const auto floats = source.converted(Depth::Float, PixelOrder::RGBA);
+            EXPECT_EQ(firstDifference(renderVariant(*inst, {Depth::Float, order}),
+                                      blurred(floats, std::max(w, h), std::max(w, h))),
+                      "");
+        }
+    }
+    const auto narrow = ofxhost::ImageBuffer::testFrame(3, 2, Depth::Byte, PixelOrder::RGBA, 5);
+    auto inst = filterOn(*plugin, narrow);
+    setRanges(*inst, 1.0, 0.5);
+    EXPECT_EQ(firstDifference(renderVariant(*inst, {Depth::Byte, PixelOrder::BGRA}), blurred(narrow, 3.0, 1.5)), "");
+}
+
+// The window is blurred as a whole with its own edges, and its size sets
+// the radii; nothing outside it is written.
+TEST_F(GaussianTest, ARenderWindowIsBlurredAsAPictureOfItsOwn) {
+    const auto source = ofxhost::ImageBuffer::testFrame(30, 20, Depth::Float, PixelOrder::RGBA, 11);
+    auto inst = filterOn(*plugin, source);
+    setRanges(*inst, 0.25, 0.125);
+    ofxhost::RenderOptions options;
+    options.depth = Depth::Float;
+    options.window = ofxhost::RectI{4, 3, 20, 11};
+    auto out = inst->makeOutput(options);
+    ASSERT_EQ(inst->render(0.0, options, out), kOfxStatOK);
+    ofxhost::ImageBuffer crop(16, 8, Depth::Float, PixelOrder::RGBA);
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 16; ++x)
+            for (int c = 0; c < 4; ++c) crop.setFloat(x, y, c, source.floatAt(x + 4, y + 3, c));
+    const auto want = blurred(crop, 4.0, 2.0);
+    for (int y = 0; y < 20; ++y) {
+        for (int x = 0; x < 30; ++x) {
+            const bool inside = x >= 4 && x < 20 && y >= 3 && y < 11;
+            for (int c = 0; c < 4; ++c)
+                ASSERT_EQ(out.floatAt(x, y, c), inside ? want.floatAt(x - 4, y - 3, c) : 0.0f) << x << "," << y;
+        }
+    }
+}
+
+// At half scale the window is half as large, and so are the radii: the
+// render matches a full-scale render of the half-size source.
+TEST_F(GaussianTest, RenderScaleHalvesTheRadii) {
+    const auto source = ofxhost::ImageBuffer::testFrame(40, 28, Depth::Byte, PixelOrder::RGBA, 3);
+    auto inst = filterOn(*plugin, source);
+    setRanges(*inst, 0.2, 0.1);
+    ofxhost::RenderOptions options;
+    options.renderScale = 0.5;
+    auto half = inst->makeOutput(options);
+    ASSERT_EQ(inst->render(0.0, options, half), kOfxStatOK);
+    ASSERT_EQ(half.width(), 20);
+    const auto small = source.resized(20, 14);
+    EXPECT_EQ(firstDifference(half, blurred(small, 4.0, 2.0)), "");
+}
+
+TEST_F(GaussianTest, OnePictureInBothOrders) {
+    auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(33, 21, Depth::Float, PixelOrder::RGBA, 6));
+    expectOnePicture(*inst, Depth::Byte, "defaults");
+    expectOnePicture(*inst, Depth::Float, "defaults");
+    setRanges(*inst, 0.3, 0.02);
+    inst->setValueText("Blue", "false");
+    inst->setValueText("Alpha", "false");
+    expectOnePicture(*inst, Depth::Byte, "blue and alpha off");
+    expectOnePicture(*inst, Depth::Float, "blue and alpha off");
+}
+
+// The kernels take the standard deviation with 2 ln 255 in single
+// precision where the processor has it in double: a relative difference
+// near 1e-8 in the deviation, which can move a byte that lies on a half by
+// one level and a float by far less than 1e-6.
+std::vector<ParityCase> gaussianCases() {
+    return {
+        {"gaussianblur", "", 1},
+        {"gaussianblur", "HorizontalRange=7.4;VerticalRange=0", 1},
+        {"gaussianblur", "HorizontalRange=0;VerticalRange=0"},
+        {"gaussianblur", "HorizontalRange=3.7;VerticalRange=19;Alpha=false", 1},
+        {"gaussianblur", "HorizontalRange=5;VerticalRange=2;Red=false", 1},
+        {"gaussianblur", "HorizontalRange=5;VerticalRange=2;Green=false;Alpha=false", 1},
+        {"gaussianblur", "HorizontalRange=5;VerticalRange=2;Red=false;Green=false;Blue=false;Alpha=false"},
+    };
+}
+
+class GaussianOpenCLParity : public ::testing::TestWithParam<Variant> {};
+
+TEST_P(GaussianOpenCLParity, MatchesTheProcessor) {
+    if (!openCLDevice()) GTEST_SKIP() << kNoOpenCL;
+    const Variant variant = GetParam();
+    expectParityCases(
+        gaussianCases(), [&](ofxhost::Plugin& plugin) { return filterOn(plugin, edgeFrame(37, 19, variant)); },
+        variant);
+}
+
+INSTANTIATE_TEST_SUITE_P(Variants, GaussianOpenCLParity, ::testing::ValuesIn(kAllVariants), variantTestName);
+
+// A radius of hundreds of pixels, where single-precision coefficients would
+// make the recursion diverge: the kernels stay with the processor.
+TEST(GaussianOpenCLLargeRadius, StaysWithTheProcessor) {
+    if (!openCLDevice()) GTEST_SKIP() << kNoOpenCL;
+    auto plugin = loadEffect(openCLHost(), kGaussian);
+    for (const Variant& variant : {Variant{Depth::Byte, PixelOrder::BGRA}, Variant{Depth::Float, PixelOrder::RGBA}}) {
+        auto inst = filterOn(*plugin, edgeFrame(600, 40, variant));
+        inst->setValue("HorizontalRange", number(0.9));
+        inst->setValue("VerticalRange", number(0.9));
+        expectOpenCLParity(*inst, variant, "range 0.9 of 600", 1e-5, 1);
+    }
+}
+
+}  // namespace

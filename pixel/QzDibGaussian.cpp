@@ -1,8 +1,8 @@
 // The Gaussian blurs: a horizontal pass into a float bitmap, then a
 // vertical pass from it into the destination. Because the source is wholly
 // read before the first destination write, source and destination may be
-// the same memory. Four-channel blurs take the vector form where the
-// processor has it (QzGaussianVector.h); its results are the same.
+// the same memory. Every form takes the vector form where the processor
+// has it (QzGaussianVector.h); its results are the same.
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -36,10 +36,9 @@ HRESULT blur(uint8_t* dst, int32_t dstStride, int dstChannel, const uint8_t* src
              int32_t w, int32_t h, double hRadius, double vRadius) {
     const qz::GaussianCoefficients gh = qz::gaussianCoefficients(qz::gaussianSigma(hRadius));
     const qz::GaussianCoefficients gv = qz::gaussianCoefficients(qz::gaussianSigma(vRadius));
-    if constexpr (C == 4) {
-        if (qz::gaussianVectorSelected())
-            return qz::gaussianBlurVector<Src, Dst>(dst, dstStride, src, srcStride, w, h, gh, gv);
-    }
+    if (qz::gaussianVectorSelected())
+        return qz::gaussianBlurVector<C, Src, Dst>(dst, dstStride, dstChannel, src, srcStride, srcChannel, w, h, gh,
+                                                   gv);
 
     BITMAPINFOHEADER* raw = nullptr;
     const HRESULT hr = QzDibAlloc(&raw, C == 4 ? QzPixelRGBA128 : QzPixelGray32, w, h, nullptr, 0, 0,

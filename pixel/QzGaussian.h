@@ -37,7 +37,10 @@ inline double flushTiny(double v) { return std::fabs(v) < 1e-17 ? 0.0 : v; }
 //
 // The vector form (QzGaussianVector.cpp) repeats these sums term for term
 // and in the same order, which is what keeps the two forms' results equal:
-// a change here is a change there.
+// a change here is a change there. It leaves out only the terms of the two
+// zero numerators (np[4], nm[0]), and only on finite samples, where they
+// cannot change a bit; a change to the coefficients that makes them
+// non-zero turns that off by itself.
 template <int C, typename T>
 void gaussianLine(const T* x, std::ptrdiff_t step, int n, const GaussianCoefficients& g, double* yp, double* ym) {
     const auto in = [&](int i, int c) { return static_cast<double>(x[i * step + c]); };

@@ -26,6 +26,18 @@ double gaussianSigma(double radius);
 
 GaussianCoefficients gaussianCoefficients(double sigma);
 
+// The 25 coefficients in the order the effects' OpenCL kernels read them:
+// forward numerators, denominators, backward numerators, the two edge terms.
+inline void packGaussianCoefficients(double* out, const GaussianCoefficients& g) {
+    for (int i = 0; i < 5; ++i) {
+        out[i] = g.np[i];
+        out[5 + i] = g.dp[i];
+        out[10 + i] = g.nm[i];
+        out[15 + i] = g.bp[i];
+        out[20 + i] = g.bm[i];
+    }
+}
+
 // Keeps denormal numbers out of the recursion.
 inline double flushTiny(double v) { return std::fabs(v) < 1e-17 ? 0.0 : v; }
 

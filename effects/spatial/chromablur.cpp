@@ -9,6 +9,7 @@
 #include <new>
 #include <vector>
 
+#include "DeviceBuffer.h"
 #include "Effect.h"
 #include "RawView.h"
 
@@ -221,27 +222,6 @@ constexpr std::string_view kKernelText =
 #include "chromablur.cl.inc"
     ;
 
-// A device buffer of the render's context, released when the launch is
-// done with it (the runtime keeps it until the queued kernels finish).
-class PlaneBuffer {
-public:
-    PlaneBuffer(OpenCLBinding& binding, cl_context context, std::size_t size) : binding_(binding) {
-        cl_int err = CL_DEVICE_NOT_AVAILABLE;
-        mem_ = binding.call<&OpenCLEntryTable::clCreateBuffer>(context, CL_MEM_READ_WRITE, size, nullptr, &err);
-        if (err != CL_SUCCESS) mem_ = nullptr;
-    }
-    ~PlaneBuffer() {
-        if (mem_) binding_.call<&OpenCLEntryTable::clReleaseMemObject>(mem_);
-    }
-    PlaneBuffer(const PlaneBuffer&) = delete;
-    PlaneBuffer& operator=(const PlaneBuffer&) = delete;
-    cl_mem get() const { return mem_; }
-
-private:
-    OpenCLBinding& binding_;
-    cl_mem mem_ = nullptr;
-};
-
 struct chromablur {
     static constexpr const OFX::EffectDeclaration& declaration = kChromaBlur;
     static constexpr const auto& params = kParams;
@@ -276,7 +256,8 @@ struct chromablur {
         cl_context context = nullptr;
         if (binding.getCommandQueueInfo(cl.queue(), CL_QUEUE_CONTEXT, sizeof context, &context) != CL_SUCCESS) return;
         const std::size_t bytes = static_cast<std::size_t>(width) * height * 2 * sizeof(float);
-        const PlaneBuffer planes(binding, context, bytes), scratch(binding, context, bytes);
+        const DeviceBuffer planes(binding, context, CL_MEM_READ_WRITE, bytes),
+            scratch(binding, context, CL_MEM_READ_WRITE, bytes);
         if (!planes.get() || !scratch.get()) throw std::bad_alloc();
 
         const std::size_t toPlanes = cl.kernelIndex(0), rows = cl.kernelIndex(1), columns = cl.kernelIndex(2),

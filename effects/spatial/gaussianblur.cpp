@@ -6,6 +6,7 @@
 #include <cmath>
 #include <new>
 
+#include "DeviceBuffer.h"
 #include "Effect.h"
 #include "QzDibFilter.h"
 #include "QzGaussian.h"
@@ -149,41 +150,6 @@ struct gaussianblurKernelValues {
     bool clampToAlpha;
 };
 
-// A device buffer of the render's context, released when the launch is
-// done with it (the runtime keeps it until the queued kernels finish).
-class DeviceBuffer {
-public:
-    DeviceBuffer(OpenCLBinding& binding, cl_context context, cl_mem_flags flags, std::size_t size, void* host)
-        : binding_(binding) {
-        cl_int err = CL_DEVICE_NOT_AVAILABLE;
-        mem_ = binding.call<&OpenCLEntryTable::clCreateBuffer>(context, flags, size, host, &err);
-        if (err != CL_SUCCESS) mem_ = nullptr;
-    }
-    ~DeviceBuffer() {
-        if (mem_) binding_.call<&OpenCLEntryTable::clReleaseMemObject>(mem_);
-    }
-    DeviceBuffer(const DeviceBuffer&) = delete;
-    DeviceBuffer& operator=(const DeviceBuffer&) = delete;
-    cl_mem get() const { return mem_; }
-
-private:
-    OpenCLBinding& binding_;
-    cl_mem mem_ = nullptr;
-};
-
-// The coefficients of one direction for the kernels, in the order they read
-// them: forward numerators, denominators, backward numerators, the two edge
-// terms.
-void appendCoefficients(double* out, const qz::GaussianCoefficients& g) {
-    for (int i = 0; i < 5; ++i) {
-        out[i] = g.np[i];
-        out[5 + i] = g.dp[i];
-        out[10 + i] = g.nm[i];
-        out[15 + i] = g.bp[i];
-        out[20 + i] = g.bm[i];
-    }
-}
-
 // The kernels' standard deviation: 2 ln 255 enters in single precision.
 double kernelSigma(double radius) {
     const double r = radius + 1.5;
@@ -247,8 +213,8 @@ struct gaussianblur {
         cl_context context = nullptr;
         if (binding.getCommandQueueInfo(cl.queue(), CL_QUEUE_CONTEXT, sizeof context, &context) != CL_SUCCESS) return;
         double coefficients[50];
-        appendCoefficients(coefficients, qz::gaussianCoefficients(kernelSigma(plan.hRadius)));
-        appendCoefficients(coefficients + 25, qz::gaussianCoefficients(kernelSigma(plan.vRadius)));
+        qz::packGaussianCoefficients(coefficients, qz::gaussianCoefficients(kernelSigma(plan.hRadius)));
+        qz::packGaussianCoefficients(coefficients + 25, qz::gaussianCoefficients(kernelSigma(plan.vRadius)));
         const std::size_t samples = static_cast<std::size_t>(width) * height * 4;
         const DeviceBuffer pass(binding, context, CL_MEM_READ_WRITE, samples * sizeof(float), nullptr);
         const DeviceBuffer responses(binding, context, CL_MEM_READ_WRITE, samples * sizeof(double), nullptr);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <new>
 
+#include "DeviceBuffer.h"
 #include "Effect.h"
 #include "QzDibFilter.h"
 #include "QzGaussian.h"
@@ -135,41 +136,6 @@ constexpr std::string_view kKernelText =
 #include "unsharpmask.cl.inc"
     ;
 
-// A device buffer of the render's context, released when the launch is
-// done with it (the runtime keeps it until the queued kernels finish).
-class DeviceBuffer {
-public:
-    DeviceBuffer(OpenCLBinding& binding, cl_context context, cl_mem_flags flags, std::size_t size, void* host)
-        : binding_(binding) {
-        cl_int err = CL_DEVICE_NOT_AVAILABLE;
-        mem_ = binding.call<&OpenCLEntryTable::clCreateBuffer>(context, flags, size, host, &err);
-        if (err != CL_SUCCESS) mem_ = nullptr;
-    }
-    ~DeviceBuffer() {
-        if (mem_) binding_.call<&OpenCLEntryTable::clReleaseMemObject>(mem_);
-    }
-    DeviceBuffer(const DeviceBuffer&) = delete;
-    DeviceBuffer& operator=(const DeviceBuffer&) = delete;
-    cl_mem get() const { return mem_; }
-
-private:
-    OpenCLBinding& binding_;
-    cl_mem mem_ = nullptr;
-};
-
-// The coefficients of one direction in the order the kernels read them:
-// forward numerators, denominators, backward numerators, the two edge
-// terms.
-void appendCoefficients(double* out, const qz::GaussianCoefficients& g) {
-    for (int i = 0; i < 5; ++i) {
-        out[i] = g.np[i];
-        out[5 + i] = g.dp[i];
-        out[10 + i] = g.nm[i];
-        out[15 + i] = g.bp[i];
-        out[20 + i] = g.bm[i];
-    }
-}
-
 // The table the kernels read: the rows' coefficients, the columns', then
 // the gain and the float threshold, all in double (kernel arguments would
 // narrow them to single precision, and a gain of thousands multiplies that
@@ -217,8 +183,8 @@ struct unsharpmask {
         cl_context context = nullptr;
         if (binding.getCommandQueueInfo(cl.queue(), CL_QUEUE_CONTEXT, sizeof context, &context) != CL_SUCCESS) return;
         double table[kTableSize];
-        appendCoefficients(table, qz::gaussianCoefficients(qz::gaussianSigma(plan.hRadius)));
-        appendCoefficients(table + 25, qz::gaussianCoefficients(qz::gaussianSigma(plan.vRadius)));
+        qz::packGaussianCoefficients(table, qz::gaussianCoefficients(qz::gaussianSigma(plan.hRadius)));
+        qz::packGaussianCoefficients(table + 25, qz::gaussianCoefficients(qz::gaussianSigma(plan.vRadius)));
         table[50] = v.amount;
         table[51] = v.threshold;
         const std::size_t samples = static_cast<std::size_t>(width) * height * 4;

@@ -17,58 +17,7 @@
 // rounds the global size up, hence the guards.
 
 #include "prelude.inc"
-
-#define NP(k) g[(k)]
-#define DP(k) g[5 + (k)]
-#define NM(k) g[10 + (k)]
-#define BP(k) g[15 + (k)]
-#define BM(k) g[20 + (k)]
-
-// Keeps denormal numbers out of the recursion.
-double flush_tiny(double v) {
-    return fabs(v) < 1e-17 ? 0.0 : v;
-}
-
-// The forward recursion over n samples `step` elements apart, each
-// switched-on channel, into yp (laid out as x). Near the first sample the
-// edge terms stand in for the samples that do not exist.
-#define FORWARD(T)                                                                                              \
-    void forward_##T(__global const T* x, int step, int n, __global const double* g, __global double* yp,     \
-                     const int on[4]) {                                                                         \
-        for (int i = 0; i < n; ++i) {                                                                           \
-            const int t = min(i, 4);                                                                            \
-            for (int c = 0; c < 4; ++c) {                                                                       \
-                if (!on[c]) continue;                                                                           \
-                double s = NP(0) * (double)x[i * step + c];                                                     \
-                for (int k = 1; k <= t; ++k)                                                                    \
-                    s += NP(k) * (double)x[(i - k) * step + c] - DP(k) * yp[(i - k) * step + c];                \
-                for (int k = t + 1; k <= 4; ++k) s += (NP(k) - BP(k)) * (double)x[c];                          \
-                yp[i * step + c] = flush_tiny(s);                                                               \
-            }                                                                                                   \
-        }                                                                                                       \
-    }
-FORWARD(uchar)
-FORWARD(float)
-
-// One step of the backward recursion at sample i for channel c, with
-// later[k - 1] the backward responses at i + k; shifts them on and answers
-// the new one.
-#define BACKWARD(T)                                                                                             \
-    double backward_##T(__global const T* x, int step, int n, int i, int c, __global const double* g,          \
-                        double later[4]) {                                                                      \
-        const int t = min(n - 1 - i, 4);                                                                        \
-        double s = NM(0) * (double)x[i * step + c];                                                             \
-        for (int k = 1; k <= t; ++k) s += NM(k) * (double)x[(i + k) * step + c] - DP(k) * later[k - 1];         \
-        for (int k = t + 1; k <= 4; ++k) s += (NM(k) - BM(k)) * (double)x[(n - 1) * step + c];                  \
-        const double ym = flush_tiny(s);                                                                        \
-        later[3] = later[2];                                                                                    \
-        later[2] = later[1];                                                                                    \
-        later[1] = later[0];                                                                                    \
-        later[0] = ym;                                                                                          \
-        return ym;                                                                                              \
-    }
-BACKWARD(uchar)
-BACKWARD(float)
+#include "recursive_gaussian.inc"
 
 // The row pass over row y.
 #define ROW_PASS(T)                                                                                             \

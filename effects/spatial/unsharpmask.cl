@@ -15,58 +15,10 @@
 // global size up, hence the guards.
 
 #include "prelude.inc"
+#include "recursive_gaussian.inc"
 
-#define NP(k) g[(k)]
-#define DP(k) g[5 + (k)]
-#define NM(k) g[10 + (k)]
-#define BP(k) g[15 + (k)]
-#define BM(k) g[20 + (k)]
 #define GAIN g[50]
 #define FLOAT_THRESHOLD g[51]
-
-// Keeps denormal numbers out of the recursion.
-double flush_tiny(double v) {
-    return fabs(v) < 1e-17 ? 0.0 : v;
-}
-
-// The forward recursion over n samples `step` elements apart, all four
-// channels, into yp (laid out as x). Near the first sample the edge terms
-// stand in for the samples that do not exist.
-#define FORWARD(T)                                                                                              \
-    void forward_##T(__global const T* x, int step, int n, __global const double* g, __global double* yp) {    \
-        for (int i = 0; i < n; ++i) {                                                                           \
-            const int t = min(i, 4);                                                                            \
-            for (int c = 0; c < 4; ++c) {                                                                       \
-                double s = NP(0) * (double)x[i * step + c];                                                     \
-                for (int k = 1; k <= t; ++k)                                                                    \
-                    s += NP(k) * (double)x[(i - k) * step + c] - DP(k) * yp[(i - k) * step + c];                \
-                for (int k = t + 1; k <= 4; ++k) s += (NP(k) - BP(k)) * (double)x[c];                          \
-                yp[i * step + c] = flush_tiny(s);                                                               \
-            }                                                                                                   \
-        }                                                                                                       \
-    }
-FORWARD(uchar)
-FORWARD(float)
-
-// One step of the backward recursion at sample i for channel c, with
-// later[k - 1] the backward responses at i + k; shifts them on and answers
-// the new one.
-#define BACKWARD(T)                                                                                             \
-    double backward_##T(__global const T* x, int step, int n, int i, int c, __global const double* g,          \
-                        double later[4]) {                                                                      \
-        const int t = min(n - 1 - i, 4);                                                                        \
-        double s = NM(0) * (double)x[i * step + c];                                                             \
-        for (int k = 1; k <= t; ++k) s += NM(k) * (double)x[(i + k) * step + c] - DP(k) * later[k - 1];         \
-        for (int k = t + 1; k <= 4; ++k) s += (NM(k) - BM(k)) * (double)x[(n - 1) * step + c];                  \
-        const double ym = flush_tiny(s);                                                                        \
-        later[3] = later[2];                                                                                    \
-        later[2] = later[1];                                                                                    \
-        later[1] = later[0];                                                                                    \
-        later[0] = ym;                                                                                          \
-        return ym;                                                                                              \
-    }
-BACKWARD(uchar)
-BACKWARD(float)
 
 #define ROW_KERNEL(NAME, T)                                                                                     \
     __kernel void NAME(__global const T* src, __global float* pass, __global double* responses,                \
@@ -76,7 +28,8 @@ BACKWARD(float)
         const size_t at = (size_t)y * width * 4;                                                                \
         __global const T* x = src + at;                                                                         \
         __global double* yp = responses + at;                                                                   \
-        forward_##T(x, 4, width, g, yp);                                                                        \
+        const int all[4] = {1, 1, 1, 1};                                                                        \
+        forward_##T(x, 4, width, g, yp, all);                                                                   \
         double later[4][4];                                                                                     \
         for (int i = width - 1; i >= 0; --i)                                                                    \
             for (int c = 0; c < 4; ++c)                                                                         \
@@ -108,7 +61,8 @@ float unsharp_float(float s, double sum, __global const double* g, int threshold
         const int step = width * 4;                                                                             \
         __global const float* column = pass + x * 4;                                                            \
         __global double* yp = responses + x * 4;                                                                \
-        forward_float(column, step, height, g + 25, yp);                                                        \
+        const int all[4] = {1, 1, 1, 1};                                                                        \
+        forward_float(column, step, height, g + 25, yp, all);                                                   \
         double later[4][4];                                                                                     \
         for (int i = height - 1; i >= 0; --i) {                                                                 \
             const size_t at = (size_t)i * step + x * 4;                                                         \

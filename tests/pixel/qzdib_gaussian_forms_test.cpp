@@ -1,16 +1,15 @@
 // Every form of the recursive Gaussian, fast against plain, to the bit: the
 // four-channel blur on bytes and floats, bytes into floats, in place, and
-// the one-channel blurs, over windows of every awkward size inside larger
-// images with padded and bottom-up rows, at radii from none to larger than
-// the image. The plain form is itself held against the filter written out
-// from its definition, sample by sample.
+// the one-channel blurs, over windows of awkward sizes inside larger images
+// with padded and bottom-up rows, at radii from none to past the image. The
+// plain form is itself held against the filter written out from its
+// definition, sample by sample.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <thread>
 #include <vector>
@@ -28,9 +27,8 @@ struct Noise {
     uint32_t next() { return state = state * 1664525u + 1013904223u; }
 };
 
-// A raw view: an image of imageW x imageH pixels of four T, rows of
-// strideElements elements (at least the row), top-down or bottom-up in
-// memory, with a window in it.
+// An image of imageW x imageH pixels of four T, rows of strideElements
+// elements, top-down or bottom-up in memory, with a window in it.
 template <typename T>
 struct View {
     int32_t imageW, imageH, strideElements;
@@ -47,8 +45,7 @@ struct View {
           mem(size_t(strideElements) * h) {}
 
     RECT bounds() const { return RECT{0, 0, imageW, imageH}; }
-    // Row 0 is the last in memory when bottom-up; the stride then runs
-    // backward.
+    // Row 0 is the last in memory when bottom-up; the stride then runs backward.
     T* bits() { return mem.data() + (bottomUp ? size_t(imageH - 1) * strideElements : 0); }
     int32_t stride() const { return (bottomUp ? -1 : 1) * strideElements * int32_t(sizeof(T)); }
     T& at(int32_t x, int32_t y, int c) {
@@ -112,6 +109,43 @@ template <typename D, typename Call>
     return sameMemory(fast.mem, plain.mem);
 }
 
+template <typename T>
+int32_t bpp() {
+    return 4 * sizeof(T);
+}
+
+// The entry points on views; src may be dst itself (in place). Bytes into
+// floats take QzDibGaussianBlur_Float.
+template <typename D, typename S>
+HRESULT blur(View<D>& d, View<S>& s, double hr, double vr) {
+    const RECT db = d.bounds(), sb = s.bounds();
+    if constexpr (std::is_same_v<D, S>)
+        return QzDibGaussianBlur(d.bits(), &db, d.stride(), &d.window, s.bits(), &sb, s.stride(), &s.window, hr, vr,
+                                 bpp<D>());
+    else
+        return QzDibGaussianBlur_Float(d.bits(), &db, d.stride(), &d.window, s.bits(), &sb, s.stride(), &s.window, hr,
+                                       vr, 4);
+}
+template <typename T>
+HRESULT channelBlur(View<T>& d, View<T>& s, double hr, double vr, QzChannel c) {
+    const RECT db = d.bounds(), sb = s.bounds();
+    return QzDibGaussianChannelBlur(d.bits(), &db, d.stride(), &d.window, s.bits(), &sb, s.stride(), &s.window, hr, vr,
+                                    c, bpp<T>());
+}
+template <typename T>
+HRESULT channelToChannel(View<T>& d, QzChannel to, View<T>& s, QzChannel from, double hr, double vr) {
+    const RECT db = d.bounds(), sb = s.bounds();
+    return QzDibGaussianChannelToChannelBlur(d.bits(), &db, d.stride(), &d.window, to, s.bits(), &sb, s.stride(),
+                                             &s.window, from, hr, vr, bpp<T>());
+}
+
+// Calls f(uint8_t{}) and f(float{}).
+template <typename F>
+void bytesAndFloats(F f) {
+    f(uint8_t{});
+    f(float{});
+}
+
 struct Size {
     int32_t w, h;
 };
@@ -122,17 +156,13 @@ struct Size {
 const Size kSizes[] = {{1, 1},  {2, 1},   {1, 2},  {3, 3},  {2, 5},  {5, 2},   {4, 4},  {7, 3},
                        {9, 13}, {15, 10}, {16, 9}, {43, 7}, {6, 42}, {43, 42}, {1, 30}, {30, 1}};
 const double kRadii[][2] = {{0, 0}, {0.5, 0.5}, {2, 2}, {20, 20}, {200, 200}, {0, 20}, {200, 0.5}, {2, 200}};
+const QzChannel kChannels[] = {QzChannelBlue, QzChannelGreen, QzChannelRed, QzChannelAlpha};
 
 // A window at (2, 1) in an image two pixels wider on the right and three
 // rows taller, with rows padded by three pixels; top-down and bottom-up.
 template <typename T>
 View<T> viewFor(Size s, bool bottomUp) {
     return View<T>(s.w + 4, s.h + 4, 3, bottomUp, RECT{2, 1, 2 + s.w, 1 + s.h});
-}
-
-template <typename T>
-int32_t bpp() {
-    return 4 * sizeof(T);
 }
 
 class GaussianForms : public ::testing::Test {
@@ -154,52 +184,24 @@ protected:
     }
 };
 
-TEST_F(GaussianForms, WholePixelsBytesAndFloats) {
+// Into another image and in place, bytes and floats; bytes into floats
+// with the destination rows the other way up.
+TEST_F(GaussianForms, WholePixels) {
     forEachCase([](Size s, bool up, double hr, double vr) {
-        const auto run = [&](auto tag) {
+        bytesAndFloats([&](auto tag) {
             using T = decltype(tag);
-            View<T> src = viewFor<T>(s, up), dst = viewFor<T>(s, up);
+            View<T> src = viewFor<T>(s, up), dst = viewFor<T>(s, up), img = viewFor<T>(s, up);
             fill(src, 11u + s.w * 7u + s.h);
             fill(dst, 99u);
-            EXPECT_TRUE(formsAgree(dst, [&](View<T>& d) {
-                const RECT db = d.bounds(), sb = src.bounds();
-                return QzDibGaussianBlur(d.bits(), &db, d.stride(), &d.window, src.bits(), &sb, src.stride(),
-                                         &src.window, hr, vr, bpp<T>());
-            }));
-        };
-        run(uint8_t{});
-        run(float{});
-    });
-}
-
-TEST_F(GaussianForms, WholePixelsInPlace) {
-    forEachCase([](Size s, bool up, double hr, double vr) {
-        const auto run = [&](auto tag) {
-            using T = decltype(tag);
-            View<T> img = viewFor<T>(s, up);
             fill(img, 5u + s.w + s.h * 3u);
-            EXPECT_TRUE(formsAgree(img, [&](View<T>& d) {
-                const RECT b = d.bounds();
-                return QzDibGaussianBlur(d.bits(), &b, d.stride(), &d.window, d.bits(), &b, d.stride(), &d.window, hr,
-                                         vr, bpp<T>());
-            }));
-        };
-        run(uint8_t{});
-        run(float{});
-    });
-}
-
-TEST_F(GaussianForms, BytesIntoFloats) {
-    forEachCase([](Size s, bool up, double hr, double vr) {
+            EXPECT_TRUE(formsAgree(dst, [&](View<T>& d) { return blur(d, src, hr, vr); }));
+            EXPECT_TRUE(formsAgree(img, [&](View<T>& d) { return blur(d, d, hr, vr); })) << "in place";
+        });
         View<uint8_t> src = viewFor<uint8_t>(s, up);
         View<float> dst = viewFor<float>(s, !up);
         fill(src, 3u + s.w * s.h);
         fill(dst, 17u);
-        EXPECT_TRUE(formsAgree(dst, [&](View<float>& d) {
-            const RECT db = d.bounds(), sb = src.bounds();
-            return QzDibGaussianBlur_Float(d.bits(), &db, d.stride(), &d.window, src.bits(), &sb, src.stride(),
-                                           &src.window, hr, vr, 4);
-        }));
+        EXPECT_TRUE(formsAgree(dst, [&](View<float>& d) { return blur(d, src, hr, vr); })) << "bytes into floats";
     });
 }
 
@@ -207,54 +209,32 @@ TEST_F(GaussianForms, BytesIntoFloats) {
 // place; the destination's other channels must stay as they were, which
 // the comparison of the whole memory with the plain form's checks.
 TEST_F(GaussianForms, OneChannel) {
-    const QzChannel channels[] = {QzChannelBlue, QzChannelGreen, QzChannelRed, QzChannelAlpha};
     int pair = 0;
     forEachCase([&](Size s, bool up, double hr, double vr) {
         // A different pair of channels for every case, all sixteen in turn.
-        const QzChannel from = channels[pair % 4], to = channels[(pair / 4) % 4];
+        const QzChannel from = kChannels[pair % 4], to = kChannels[(pair / 4) % 4];
         ++pair;
-        const auto run = [&](auto tag) {
+        bytesAndFloats([&](auto tag) {
             using T = decltype(tag);
             View<T> src = viewFor<T>(s, up), dst = viewFor<T>(s, up);
             fill(src, 23u + s.w + s.h);
             fill(dst, 29u);
-            EXPECT_TRUE(formsAgree(dst,
-                                   [&](View<T>& d) {
-                                       const RECT db = d.bounds(), sb = src.bounds();
-                                       return QzDibGaussianChannelToChannelBlur(d.bits(), &db, d.stride(), &d.window,
-                                                                                to, src.bits(), &sb, src.stride(),
-                                                                                &src.window, from, hr, vr, bpp<T>());
-                                   }))
+            EXPECT_TRUE(formsAgree(dst, [&](View<T>& d) { return channelToChannel(d, to, src, from, hr, vr); }))
                 << "channel " << from << " to " << to;
-            EXPECT_TRUE(formsAgree(src,
-                                   [&](View<T>& d) {
-                                       const RECT b = d.bounds();
-                                       return QzDibGaussianChannelToChannelBlur(d.bits(), &b, d.stride(), &d.window, to,
-                                                                                d.bits(), &b, d.stride(), &d.window,
-                                                                                from, hr, vr, bpp<T>());
-                                   }))
+            EXPECT_TRUE(formsAgree(src, [&](View<T>& d) { return channelToChannel(d, to, d, from, hr, vr); }))
                 << "in place, channel " << from << " to " << to;
-            EXPECT_TRUE(formsAgree(dst,
-                                   [&](View<T>& d) {
-                                       const RECT db = d.bounds(), sb = src.bounds();
-                                       return QzDibGaussianChannelBlur(d.bits(), &db, d.stride(), &d.window, src.bits(),
-                                                                       &sb, src.stride(), &src.window, hr, vr, from,
-                                                                       bpp<T>());
-                                   }))
+            EXPECT_TRUE(formsAgree(dst, [&](View<T>& d) { return channelBlur(d, src, hr, vr, from); }))
                 << "channel " << from;
-        };
-        run(uint8_t{});
-        run(float{});
+        });
     });
 }
 
 // Infinities and NaNs, and finite samples so large that the horizontal
-// pass overflows the float intermediate: lines holding them must not take
-// the shortcut that leaves out the zero coefficients (zero times an
-// infinity is NaN), while the other lines of the same image may.
+// pass overflows the float intermediate: lines holding them must not skip
+// the zero coefficients (zero times an infinity is NaN), while the other
+// lines of the same image may.
 TEST_F(GaussianForms, NonFiniteSamples) {
-    const float inf = std::numeric_limits<float>::infinity();
-    const float big = std::numeric_limits<float>::max();
+    const float inf = std::numeric_limits<float>::infinity(), big = std::numeric_limits<float>::max();
     for (const Size s : {Size{43, 42}, Size{9, 30}, Size{30, 9}}) {
         View<float> src = viewFor<float>(s, false);
         fill(src, 7u);
@@ -267,19 +247,9 @@ TEST_F(GaussianForms, NonFiniteSamples) {
         for (const auto& r : kRadii) {
             SCOPED_TRACE(::testing::Message() << s.w << "x" << s.h << " radii " << r[0] << ", " << r[1]);
             View<float> dst = viewFor<float>(s, false);
-            EXPECT_TRUE(formsAgree(dst, [&](View<float>& d) {
-                const RECT db = d.bounds(), sb = src.bounds();
-                return QzDibGaussianBlur(d.bits(), &db, d.stride(), &d.window, src.bits(), &sb, src.stride(),
-                                         &src.window, r[0], r[1], 16);
-            }));
-            for (const QzChannel c : {QzChannelBlue, QzChannelGreen, QzChannelRed, QzChannelAlpha})
-                EXPECT_TRUE(formsAgree(dst,
-                                       [&](View<float>& d) {
-                                           const RECT db = d.bounds(), sb = src.bounds();
-                                           return QzDibGaussianChannelBlur(d.bits(), &db, d.stride(), &d.window,
-                                                                           src.bits(), &sb, src.stride(), &src.window,
-                                                                           r[0], r[1], c, 16);
-                                       }))
+            EXPECT_TRUE(formsAgree(dst, [&](View<float>& d) { return blur(d, src, r[0], r[1]); }));
+            for (const QzChannel c : kChannels)
+                EXPECT_TRUE(formsAgree(dst, [&](View<float>& d) { return channelBlur(d, src, r[0], r[1], c); }))
                     << "channel " << c;
         }
     }
@@ -291,7 +261,7 @@ TEST_F(GaussianForms, DecayPastTheFlushThreshold) {
     for (const Size s : {Size{64, 5}, Size{5, 64}, Size{43, 42}})
         for (const double radius : {0.0, 0.5, 2.0, 5.0}) {
             SCOPED_TRACE(::testing::Message() << s.w << "x" << s.h << " radius " << radius);
-            const auto run = [&](auto tag) {
+            bytesAndFloats([&](auto tag) {
                 using T = decltype(tag);
                 View<T> src = viewFor<T>(s, false), dst = viewFor<T>(s, false);
                 Noise n(s.w * 31u + s.h);
@@ -300,27 +270,17 @@ TEST_F(GaussianForms, DecayPastTheFlushThreshold) {
                         for (int c = 0; c < 4; ++c)
                             src.at(src.window.left + x, src.window.top + y, c) =
                                 (n.next() >> 26) == 0 ? static_cast<T>(200) : T{};
-                EXPECT_TRUE(formsAgree(dst, [&](View<T>& d) {
-                    const RECT db = d.bounds(), sb = src.bounds();
-                    return QzDibGaussianBlur(d.bits(), &db, d.stride(), &d.window, src.bits(), &sb, src.stride(),
-                                             &src.window, radius, radius, bpp<T>());
-                }));
-                EXPECT_TRUE(formsAgree(dst, [&](View<T>& d) {
-                    const RECT db = d.bounds(), sb = src.bounds();
-                    return QzDibGaussianChannelBlur(d.bits(), &db, d.stride(), &d.window, src.bits(), &sb, src.stride(),
-                                                    &src.window, radius, radius, QzChannelGreen, bpp<T>());
-                }));
-            };
-            run(uint8_t{});
-            run(float{});
+                EXPECT_TRUE(formsAgree(dst, [&](View<T>& d) { return blur(d, src, radius, radius); }));
+                EXPECT_TRUE(
+                    formsAgree(dst, [&](View<T>& d) { return channelBlur(d, src, radius, radius, QzChannelGreen); }));
+            });
         }
 }
 
 // ---- The plain form against the definition ------------------------------
 
 // One line, written out from the definition of the recursion: forward,
-// backward, each partial under 1e-17 in magnitude set to zero, the sum of
-// the two.
+// backward, each partial under 1e-17 in magnitude set to zero, the sum.
 std::vector<double> defineLine(const std::vector<double>& x, const qz::GaussianCoefficients& g) {
     const int n = static_cast<int>(x.size());
     std::vector<double> yp(n), ym(n), out(n);
@@ -377,7 +337,7 @@ TEST(GaussianDefinition, PlainFormFollowsTheRecursionToTheBit) {
             for (const bool sparse : {false, true}) {
                 SCOPED_TRACE(::testing::Message()
                              << s.w << "x" << s.h << " radii " << r[0] << ", " << r[1] << (sparse ? " impulse" : ""));
-                const auto run = [&](auto tag) {
+                bytesAndFloats([&](auto tag) {
                     using T = decltype(tag);
                     View<T> src = viewFor<T>(s, false), dst = viewFor<T>(s, false);
                     fill(src, 41u);
@@ -391,18 +351,11 @@ TEST(GaussianDefinition, PlainFormFollowsTheRecursionToTheBit) {
                                     src.at(src.window.left + x, src.window.top + y, c) = x == 1 && y == 0 ? 200 : 0;
                     View<T> expected = dst;
                     for (int c = 0; c < 4; ++c) defineBlur(expected, src, c, r[0], r[1]);
-                    const RECT db = dst.bounds(), sb = src.bounds();
-                    ASSERT_EQ(QzDibGaussianBlur(dst.bits(), &db, dst.stride(), &dst.window, src.bits(), &sb,
-                                                src.stride(), &src.window, r[0], r[1], bpp<T>()),
-                              S_OK);
+                    ASSERT_EQ(blur(dst, src, r[0], r[1]), S_OK);
                     EXPECT_TRUE(sameMemory(dst.mem, expected.mem));
-                };
-                run(uint8_t{});
-                run(float{});
+                });
             }
 }
-
-// ---- Scratch memory ----------------------------------------------------
 
 // The vector form keeps its scratch memory from call to call: what a
 // larger call left in it must not reach a smaller one, and blurs of
@@ -410,13 +363,8 @@ TEST(GaussianDefinition, PlainFormFollowsTheRecursionToTheBit) {
 TEST_F(GaussianForms, ScratchIsReusedAndNotShared) {
     const auto blurOnce = [](View<uint8_t>& src, double radius) {
         View<uint8_t> dst = viewFor<uint8_t>(Size{src.w(), src.h()}, false);
-        const RECT db = dst.bounds(), sb = src.bounds();
-        EXPECT_EQ(QzDibGaussianChannelBlur(dst.bits(), &db, dst.stride(), &dst.window, src.bits(), &sb, src.stride(),
-                                           &src.window, radius, radius, QzChannelRed, 4),
-                  S_OK);
-        EXPECT_EQ(QzDibGaussianBlur(dst.bits(), &db, dst.stride(), &dst.window, dst.bits(), &db, dst.stride(),
-                                    &dst.window, radius, radius, 4),
-                  S_OK);
+        EXPECT_EQ(channelBlur(dst, src, radius, radius, QzChannelRed), S_OK);
+        EXPECT_EQ(blur(dst, dst, radius, radius), S_OK);
         return dst.mem;
     };
     View<uint8_t> big = viewFor<uint8_t>(Size{301, 203}, false), small = viewFor<uint8_t>(Size{37, 29}, false);

@@ -2,22 +2,17 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdio>
-#include <limits>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "EffectTest.h"
 #include "OpenCLParity.h"
-#include "ofxImageEffect.h"
+#include "SpatialTest.h"
 #include "ofxTalvo.h"
 
 using namespace ondu1test;
-using ofxhost::Depth;
-using ofxhost::ImageBuffer;
-using ofxhost::PixelOrder;
+using namespace spatialtest;
 
 namespace {
 
@@ -47,11 +42,10 @@ void apply(ofxhost::Instance& inst, const Kernel& k) {
     inst.setValueText("autonormalize", k.normalize ? "true" : "false");
 }
 
-// The kernel step written out plainly: the cells as floats; the ring of
-// outer cells (clockwise from the top left) turned by whole turns added to
-// a negative rotation, then q = trunc(r / 45) places and a mix by the rest
-// f in double; with auto normalize each weight over the float sum unless 0;
-// each over the scale.
+// The weights: cells as floats; the outer ring (clockwise from top left)
+// turned by q = trunc(r / 45) places (r made non-negative by whole turns),
+// mixed by the rest f in double; normalised by the float sum unless 0; over
+// the scale.
 std::array<float, 9> weightsOf(const Kernel& k) {
     std::array<float, 9> w;
     for (int i = 0; i < 9; ++i) w[i] = static_cast<float>(k.cells[i]);
@@ -74,71 +68,33 @@ std::array<float, 9> weightsOf(const Kernel& k) {
     return w;
 }
 
-int clampIndex(int i, int n) { return std::min(std::max(i, 0), n - 1); }
-
-// The convolution of each colour with edges repeated, a float sum from 0
-// row by row, plus the offset (times 255 on bytes, which are then held to
-// 0..255 and truncated); alpha is the source's.
+// Each colour convolved with edges repeated, a float sum row by row, plus
+// the offset (x255 on bytes, then held to 0..255 and truncated); alpha kept.
 ImageBuffer convolve(const ImageBuffer& in, const Kernel& k) {
     const auto w = weightsOf(k);
     const bool bytes = in.depth() == Depth::Byte;
     const float offset = static_cast<float>(bytes ? k.offset * 255.0 : k.offset);
     ImageBuffer out(in.width(), in.height(), in.depth(), PixelOrder::RGBA);
-    for (int y = 0; y < in.height(); ++y) {
+    for (int y = 0; y < in.height(); ++y)
         for (int x = 0; x < in.width(); ++x) {
             for (int c = 0; c < 3; ++c) {
                 float sum = 0.0f;
-                for (int dy = -1; dy <= 1; ++dy) {
-                    for (int dx = -1; dx <= 1; ++dx) {
-                        const int sx = clampIndex(x + dx, in.width()), sy = clampIndex(y + dy, in.height());
-                        const float s = bytes ? static_cast<float>(in.byteAt(sx, sy, c)) : in.floatAt(sx, sy, c);
-                        sum += w[(dy + 1) * 3 + dx + 1] * s;
-                    }
-                }
+                for (int i = 0; i < 9; ++i) sum += w[i] * around(in, x, y, i, c);
                 const float v = sum + offset;
-                if (bytes)
-                    out.setByte(x, y, c, static_cast<std::uint8_t>(v <= 0.0f ? 0.0f : (v >= 255.0f ? 255.0f : v)));
-                else
-                    out.setFloat(x, y, c, v);
+                setChannel(out, x, y, c, bytes ? std::clamp(v, 0.0f, 255.0f) : v);
             }
-            if (bytes)
-                out.setByte(x, y, 3, in.byteAt(x, y, 3));
-            else
-                out.setFloat(x, y, 3, in.floatAt(x, y, 3));
+            setChannel(out, x, y, 3, channel(in, x, y, 3));
         }
-    }
     return out;
 }
 
-ImageBuffer noise(int width, int height, Depth depth, std::uint32_t seed) {
-    ImageBuffer image(width, height, depth, PixelOrder::RGBA);
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> colour(-0.5f, 1.5f), alpha(0.0f, 1.2f);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            for (int c = 0; c < 4; ++c) {
-                if (depth == Depth::Byte)
-                    image.setByte(x, y, c, static_cast<std::uint8_t>(random() & 0xFF));
-                else
-                    image.setFloat(x, y, c, c == 3 ? alpha(random) : colour(random));
-            }
-    return image;
-}
-
-// A 3 x 3 image whose middle pixel is 1 in red (10 on bytes) and 0
-// elsewhere, all opaque: pixel (x, y) of its convolution is the weight of
-// cell (2 - x, 2 - y), times the impulse.
+// 3 x 3, opaque, red 1 (10 on bytes) in the middle only: pixel (x, y) of
+// its convolution is the weight of cell (2 - x, 2 - y) times the impulse.
 ImageBuffer impulse(Depth depth) {
+    const float one = depth == Depth::Byte ? 255.0f : 1.0f;
     ImageBuffer image(3, 3, depth, PixelOrder::RGBA);
-    for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < 3; ++x)
-            for (int c = 0; c < 4; ++c) {
-                const bool lit = (x == 1 && y == 1 && c == 0) || c == 3;
-                if (depth == Depth::Byte)
-                    image.setByte(x, y, c, lit ? (c == 3 ? 255 : 10) : 0);
-                else
-                    image.setFloat(x, y, c, lit ? 1.0f : 0.0f);
-            }
+    for (int i = 0; i < 36; ++i)
+        setChannel(image, i / 4 % 3, i / 12, i % 4, i % 4 == 3 ? one : (i == 16 ? (one == 1.0f ? 1.0f : 10.0f) : 0.0f));
     return image;
 }
 
@@ -175,8 +131,16 @@ TEST_F(ConvolutionKernelTest, DescribesItsDeclarationAndParameters) {
         const std::string group = "row" + std::to_string(r + 1);
         rows.push_back({group, "Row " + std::to_string(r + 1), group, "Group", "null", {}, {}, {}, "", {}, false});
         for (int c = 0; c < 3; ++c)
-            rows.push_back({kCellNames[r * 3 + c], "Column " + std::to_string(c + 1), kCellNames[r * 3 + c], "Double",
-                            r == 1 && c == 1 ? "1" : "0", {-100, 100}, {-100, 100}, 0.1, group, {}});
+            rows.push_back({kCellNames[r * 3 + c],
+                            "Column " + std::to_string(c + 1),
+                            kCellNames[r * 3 + c],
+                            "Double",
+                            r == 1 && c == 1 ? "1" : "0",
+                            {-100, 100},
+                            {-100, 100},
+                            0.1,
+                            group,
+                            {}});
     }
     rows.push_back({"rotation", "Rotation", "rotation", "Double", "0", {-3600, 3600}, {-360, 360}, 0.1, "", {}});
     rows.push_back({"scale", "Scale", "scale", "Double", "1", {0.001, 1000}, {0.1, 50}, 0.1, "", {}});
@@ -187,14 +151,13 @@ TEST_F(ConvolutionKernelTest, DescribesItsDeclarationAndParameters) {
     EXPECT_EQ(rotation.getString(kOfxParamPropDoubleType), kOfxParamDoubleTypeAngle);
 }
 
-// At its defaults the effect is an identity, to the bit: colour above
-// alpha, floats out of range and alpha 0 pass as they are.
+// Defaults: the identity to the bit, colour above alpha and out-of-range floats included.
 TEST_F(ConvolutionKernelTest, DefaultsAreTheIdentity) {
     for (Depth depth : {Depth::Byte, Depth::Float}) {
         const auto source = noise(11, 7, depth, 3);
         auto inst = filterOn(*plugin, source);
-        expectFourVariants(*inst, {source.converted(Depth::Byte, PixelOrder::RGBA),
-                                   source.converted(Depth::Float, PixelOrder::RGBA)});
+        expectFourVariants(
+            *inst, {source.converted(Depth::Byte, PixelOrder::RGBA), source.converted(Depth::Float, PixelOrder::RGBA)});
     }
 }
 
@@ -202,19 +165,17 @@ TEST_F(ConvolutionKernelTest, DefaultsAreTheIdentity) {
 //   1 2 3      45: 2 3 4      22.5: 1.5 2.5 3.5
 //   8 9 4          1 9 5            4.5  9  4.5
 //   7 6 5          8 7 6            7.5 6.5 5.5
-// A turn of 45 moves every cell one place, a half step mixes neighbours
-// evenly, the centre stays, and whole turns (also negative ones) change
-// nothing.
+// 45 moves each cell one place, a half step mixes neighbours evenly, whole
+// turns (negative too) change nothing.
 TEST_F(ConvolutionKernelTest, RotationTurnsTheRing) {
-    Kernel k;
-    k.cells = {1, 2, 3, 8, 9, 4, 7, 6, 5};
+    Kernel k{{1, 2, 3, 8, 9, 4, 7, 6, 5}};
     const std::array<float, 9> still{1, 2, 3, 8, 9, 4, 7, 6, 5};
     const std::array<float, 9> oneStep{2, 3, 4, 1, 9, 5, 8, 7, 6};
     const std::array<float, 9> halfStep{1.5f, 2.5f, 3.5f, 4.5f, 9, 4.5f, 7.5f, 6.5f, 5.5f};
     const std::array<float, 9> quarter{3, 4, 5, 2, 9, 6, 1, 8, 7};
     const std::array<float, 9> halfBack{4.5f, 1.5f, 2.5f, 7.5f, 9, 3.5f, 6.5f, 5.5f, 4.5f};
     const std::pair<double, std::array<float, 9>> pins[] = {
-        {0, still},     {360, still},   {-360, still},  {3600, still},   {-3600, still},   {45, oneStep},
+        {0, still},     {360, still},    {-360, still},    {3600, still}, {-3600, still},    {45, oneStep},
         {405, oneStep}, {-315, oneStep}, {22.5, halfStep}, {90, quarter}, {-22.5, halfBack}, {337.5, halfBack},
     };
     for (const auto& [rotation, want] : pins) {
@@ -230,37 +191,26 @@ TEST_F(ConvolutionKernelTest, RotationTurnsTheRing) {
     EXPECT_EQ(pixelAt(out, 1, 1), (Rgba{90, 0, 0, 255}));
 }
 
-// The 1-2-1 blur kernel sums to 16: normalised it weighs 1/16, 1/8, 1/4;
-// divided by a scale of 4, a quarter of its cells; both, a 32nd. A kernel
-// summing to 0 is left as it is by the normalisation.
+// 1-2-1 sums to 16: normalised 1/16, 1/8, 1/4; scale 4 quarters it; both
+// with scale 2, a 32nd. A zero-sum kernel is left as it is.
 TEST_F(ConvolutionKernelTest, NormalisationAndScaleDivideTheWeights) {
-    Kernel blur;
-    blur.cells = {1, 2, 1, 2, 4, 2, 1, 2, 1};
-    blur.normalize = true;
-    EXPECT_EQ(weightsThrough(blur, PixelOrder::RGBA),
-              (std::array<float, 9>{0.0625f, 0.125f, 0.0625f, 0.125f, 0.25f, 0.125f, 0.0625f, 0.125f, 0.0625f}));
-    blur.normalize = false;
-    blur.scale = 4;
-    EXPECT_EQ(weightsThrough(blur, PixelOrder::BGRA),
-              (std::array<float, 9>{0.25f, 0.5f, 0.25f, 0.5f, 1, 0.5f, 0.25f, 0.5f, 0.25f}));
-    blur.normalize = true;
-    blur.scale = 2;
-    EXPECT_EQ(weightsThrough(blur, PixelOrder::RGBA),
-              (std::array<float, 9>{0.03125f, 0.0625f, 0.03125f, 0.0625f, 0.125f, 0.0625f, 0.03125f, 0.0625f,
-                                    0.03125f}));
-    Kernel edges;
-    edges.cells = {-1, 0, 1, -2, 0, 2, -1, 0, 1};
-    edges.normalize = true;
-    EXPECT_EQ(weightsThrough(edges, PixelOrder::RGBA), (std::array<float, 9>{-1, 0, 1, -2, 0, 2, -1, 0, 1}));
+    const std::array<double, 9> blur{1, 2, 1, 2, 4, 2, 1, 2, 1}, edges{-1, 0, 1, -2, 0, 2, -1, 0, 1};
+    const float a = 0.0625f, b = 0.125f, c = 0.03125f;
+    const std::pair<Kernel, std::array<float, 9>> pins[] = {
+        {{blur, 0, 1, 0, true}, {a, b, a, b, 0.25f, b, a, b, a}},
+        {{blur, 0, 4, 0, false}, {0.25f, 0.5f, 0.25f, 0.5f, 1, 0.5f, 0.25f, 0.5f, 0.25f}},
+        {{blur, 0, 2, 0, true}, {c, a, c, a, b, a, c, a, c}},
+        {{edges, 0, 1, 0, true}, {-1, 0, 1, -2, 0, 2, -1, 0, 1}},
+    };
+    int n = 0;
+    for (const auto& [k, want] : pins)
+        EXPECT_EQ(weightsThrough(k, n++ % 2 ? PixelOrder::BGRA : PixelOrder::RGBA), want) << n;
 }
 
-// A lone pixel is its own neighbour all round: each colour is the sum of
-// the weights times itself, plus the offset. Bytes clamp and truncate;
-// floats do neither; alpha, 0 included, is the source's.
+// A lone pixel is its own neighbour: colour times the weight sum plus the
+// offset; bytes clamp and truncate, floats neither; alpha (0 too) kept.
 TEST_F(ConvolutionKernelTest, OnePixelTakesTheWholeKernel) {
-    Kernel k;
-    k.cells = {2, 0, 0, 0, 1, 0, 0, 0, 0};  // sum 3
-    k.offset = 0.1;                         // 25.5 on bytes
+    const Kernel k{{2, 0, 0, 0, 1, 0, 0, 0, 0}, 0, 1, 0.1};  // sum 3; offset 25.5 on bytes
     for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
         // 30 + 25.5, 150 + 25.5, 300 + 25.5 held to 255.
         EXPECT_EQ(pixelAt(render(rowImage({{10, 50, 100, 77}}, Depth::Byte), k, order), 0, 0),
@@ -272,29 +222,20 @@ TEST_F(ConvolutionKernelTest, OnePixelTakesTheWholeKernel) {
     }
 }
 
-// With only the top-left cell set, each pixel takes its upper-left
-// neighbour, the first row and column their own edge: the image moves one
-// pixel right and down, its top and left edges repeated. Halving shows the
-// truncation; a negative cell clamps bytes to 0.
+// Only the top-left cell: each pixel takes its upper-left neighbour (edges
+// repeated); halving shows truncation, a negative cell clamps bytes to 0.
 TEST_F(ConvolutionKernelTest, EdgesRepeatAndBytesTruncate) {
-    ImageBuffer source(3, 2, Depth::Byte, PixelOrder::RGBA);
-    const int red[2][3] = {{11, 21, 31}, {41, 51, 61}};
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 3; ++x) {
-            source.setByte(x, y, 0, static_cast<std::uint8_t>(red[y][x]));
-            source.setByte(x, y, 1, 200);
-            source.setByte(x, y, 2, static_cast<std::uint8_t>(x * 100));
-            source.setByte(x, y, 3, static_cast<std::uint8_t>(255 - x));
-        }
-    Kernel k;
-    k.cells = {0.5, 0, 0, 0, 0, 0, 0, 0, 0};
+    ImageBuffer source(3, 2, Depth::Byte, PixelOrder::RGBA);  // red 11 21 31 / 41 51 61
+    for (int i = 0; i < 6; ++i) {
+        const float px[4] = {11.0f + 10 * i, 200, i % 3 * 100.0f, 255.0f - i % 3};
+        for (int c = 0; c < 4; ++c) setChannel(source, i % 3, i / 3, c, px[c]);
+    }
+    Kernel k{{0.5, 0, 0, 0, 0, 0, 0, 0, 0}};
     for (PixelOrder order : {PixelOrder::RGBA, PixelOrder::BGRA}) {
         const auto out = render(source, k, order);
-        // Each pixel: half its upper-left neighbour's red, truncated.
-        const int want[2][3] = {{5, 5, 10}, {5, 5, 10}};
         for (int y = 0; y < 2; ++y)
             for (int x = 0; x < 3; ++x) {
-                EXPECT_EQ(out.byteAt(x, y, 0), want[y][x]) << x << "," << y;
+                EXPECT_EQ(out.byteAt(x, y, 0), x == 2 ? 10 : 5) << x << "," << y;
                 EXPECT_EQ(out.byteAt(x, y, 1), 100);
                 EXPECT_EQ(out.byteAt(x, y, 3), 255 - x) << "alpha is carried";
             }
@@ -302,38 +243,24 @@ TEST_F(ConvolutionKernelTest, EdgesRepeatAndBytesTruncate) {
     }
     k.cells = {0, 0, 0, 0, 1, -1, 0, 0, 0};
     const auto out = render(source, k, PixelOrder::RGBA);
-    EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0, 0, 0, 255}));   // 11 - 21 < 0
-    EXPECT_EQ(pixelAt(out, 2, 1), (Rgba{0, 0, 0, 253}));   // the right edge repeats: 61 - 61
+    EXPECT_EQ(pixelAt(out, 0, 0), (Rgba{0, 0, 0, 255}));  // 11 - 21 < 0
+    EXPECT_EQ(pixelAt(out, 2, 1), (Rgba{0, 0, 0, 253}));  // the right edge repeats: 61 - 61
 }
 
-// Every pixel of noisy images of awkward sizes against the plain
-// convolution, for kernels with every step of the kernel in play, in the
-// four variants. Three host threads split the taller images into bands.
+// Noisy images of awkward sizes against the plain convolution, every step
+// of the kernel in play, four variants; three threads band the taller ones.
 TEST_F(ConvolutionKernelTest, EveryPixelFollowsThePlainConvolution) {
     std::mt19937 random(17);
-    const auto cells = [&] {
-        std::array<double, 9> c;
-        for (double& v : c) v = static_cast<int>(random() % 41) * 0.1 - 2.0;
-        return c;
-    };
     std::vector<Kernel> kernels;
-    const double rotations[] = {0, 45, 22.5, -100, 737.3, -3600, 3599.9, 10};
+    const double scales[] = {1.0, 2.5, 0.3}, offsets[] = {0.0, 0.1, -0.25, 0.7};
     int n = 0;
-    for (double rotation : rotations) {
-        Kernel k;
-        k.cells = cells();
-        k.rotation = rotation;
-        k.scale = n % 3 == 0 ? 1.0 : (n % 3 == 1 ? 2.5 : 0.3);
-        k.offset = n % 4 == 0 ? 0.0 : (n % 4 == 1 ? 0.1 : (n % 4 == 2 ? -0.25 : 0.7));
-        k.normalize = n % 2 == 1;
+    for (double rotation : {0.0, 45.0, 22.5, -100.0, 737.3, -3600.0, 3599.9, 10.0}) {
+        Kernel k{{}, rotation, scales[n % 3], offsets[n % 4], n % 2 == 1};
+        for (double& v : k.cells) v = static_cast<int>(random() % 41) * 0.1 - 2.0;
         kernels.push_back(k);
         ++n;
     }
-    Kernel zeroSum;
-    zeroSum.cells = {-1, 0, 1, -2, 0, 2, -1, 0, 1};
-    zeroSum.normalize = true;
-    zeroSum.offset = 0.5;
-    kernels.push_back(zeroSum);
+    kernels.push_back({{-1, 0, 1, -2, 0, 2, -1, 0, 1}, 0, 1, 0.5, true});  // zero sum
 
     const std::pair<int, int> sizes[] = {{1, 1}, {1, 5}, {5, 1}, {2, 2}, {7, 5}, {12, 19}};
     std::uint32_t seed = 100;
@@ -352,123 +279,62 @@ TEST_F(ConvolutionKernelTest, EveryPixelFollowsThePlainConvolution) {
     }
 }
 
-// The kernel's edges are those of the render window: the source the host
-// gives is the window, and the pixels around it are not read.
+// The edges are the render window's: pixels around it are not read.
 TEST_F(ConvolutionKernelTest, EdgesAreTheRenderWindows) {
     const auto source = noise(9, 8, Depth::Float, 21);
-    Kernel k;
-    k.cells = {1, -0.5, 0.25, 2, 0.5, -1, 0.3, 0.2, 0.1};
-    k.rotation = 30;
+    const Kernel k{{1, -0.5, 0.25, 2, 0.5, -1, 0.3, 0.2, 0.1}, 30};
     auto inst = filterOn(*plugin, source);
     apply(*inst, k);
-    ofxhost::RenderOptions options;
-    options.depth = Depth::Float;
-    options.window = ofxhost::RectI{2, 1, 7, 6};
-    options.poison = true;
-    auto out = inst->makeOutput(options);
-    ASSERT_EQ(inst->render(0.0, options, out), kOfxStatOK);
-    ImageBuffer inner(5, 5, Depth::Float, PixelOrder::RGBA);
-    for (int y = 0; y < 5; ++y)
-        for (int x = 0; x < 5; ++x)
-            for (int c = 0; c < 4; ++c) inner.setFloat(x, y, c, source.floatAt(x + 2, y + 1, c));
-    const auto want = convolve(inner, k);
-    for (int y = 0; y < 5; ++y)
-        for (int x = 0; x < 5; ++x) ASSERT_EQ(pixelAt(out, x + 2, y + 1), pixelAt(want, x, y)) << x << "," << y;
+    expectWindow(renderWindow(*inst, {2, 1, 7, 6}, Depth::Float), convolve(crop(source, 2, 1, 5, 5), k), 2, 1);
 }
 
 TEST_F(ConvolutionKernelTest, ThreadsDoNotChangeThePicture) {
     const auto source = ImageBuffer::testFrame(61, 47, Depth::Float, PixelOrder::RGBA, 4);
-    Kernel k;
-    k.cells = {0.5, -1, 0.25, 1, 2, -0.75, 0, 1, -0.5};
-    k.rotation = 100;
-    k.offset = 0.05;
-    ofxhost::HostConfig one;
-    one.threads = 1;
-    auto single = loadEffect(quietHost(one), kConvolution);
-    ofxhost::HostConfig many;
-    many.threads = 16;
-    auto several = loadEffect(quietHost(many), kConvolution);
-    for (Depth depth : {Depth::Byte, Depth::Float}) {
-        auto a = filterOn(*single, source);
-        auto b = filterOn(*several, source);
-        apply(*a, k);
-        apply(*b, k);
-        const auto first = renderVariant(*a, {depth, PixelOrder::RGBA});
-        EXPECT_EQ(firstDifference(renderVariant(*b, {depth, PixelOrder::RGBA}), first), "");
-    }
+    const Kernel k{{0.5, -1, 0.25, 1, 2, -0.75, 0, 1, -0.5}, 100, 1, 0.05};
+    expectThreadsAgree(
+        kConvolution, source, [&](ofxhost::Instance& inst) { apply(inst, k); }, PixelOrder::RGBA);
 }
 
-// A proxy render convolves the host's half-size source with the same
-// kernel: the kernel is in pixels of the render.
+// A proxy render convolves the half-size source: the kernel is in render pixels.
 TEST_F(ConvolutionKernelTest, HalfScaleConvolvesTheScaledSource) {
-    const auto source = noise(16, 12, Depth::Byte, 31);
-    auto inst = filterOn(*plugin, source);
-    ofxhost::RenderOptions options;
-    options.renderScale = 0.5;
-    options.poison = true;
-    auto scaled = inst->makeOutput(options);
-    ASSERT_EQ(inst->render(0.0, options, scaled), kOfxStatOK);
-    ASSERT_EQ(scaled.width(), 8);
-    Kernel k;
-    k.cells = {1, 2, 1, 0, 0, 0, -1, -2, -1};
-    k.offset = 0.5;
-    apply(*inst, k);
-    auto out = inst->makeOutput(options);
-    ASSERT_EQ(inst->render(0.0, options, out), kOfxStatOK);
-    EXPECT_EQ(firstDifference(out, convolve(scaled, k)), "");
+    auto inst = filterOn(*plugin, noise(16, 12, Depth::Byte, 31));
+    const Kernel k{{1, 2, 1, 0, 0, 0, -1, -2, -1}, 0, 1, 0.5};
+    expectHalfScale(
+        *inst, 8, [&](ofxhost::Instance& i) { apply(i, k); },
+        [&](const ImageBuffer& scaled) { return convolve(scaled, k); });
 }
 
 TEST_F(ConvolutionKernelTest, OnePictureInBothOrders) {
     const auto source = ImageBuffer::testFrame(23, 13, Depth::Float, PixelOrder::RGBA, 8);
     auto inst = filterOn(*plugin, source);
-    expectOnePicture(*inst, Depth::Byte, "defaults");
-    expectOnePicture(*inst, Depth::Float, "defaults");
-    Kernel k;
-    k.cells = {0.5, -1, 0.25, 1, 2, -0.75, 0, 1, -0.5};
-    k.rotation = 30;
-    k.offset = 0.1;
-    k.normalize = true;
-    apply(*inst, k);
-    expectOnePicture(*inst, Depth::Byte, "a turned kernel");
-    expectOnePicture(*inst, Depth::Float, "a turned kernel");
+    expectOnePictureInBothDepths(*inst, "defaults");
+    apply(*inst, {{0.5, -1, 0.25, 1, 2, -0.75, 0, 1, -0.5}, 30, 1, 0.1, true});
+    expectOnePictureInBothDepths(*inst, "a turned kernel");
 }
 
-// The kernels on the host's OpenCL device against the processor, on the
-// edge frame at 37 x 19: the identity, turns, normalisation with and
-// without a sum, scale, offsets both ways and weights that clamp bytes.
+// OpenCL against the processor on a 37 x 19 edge frame: identity, turns,
+// normalisation with and without a sum, scale, offsets, clamping weights.
 class ConvolutionKernelOpenCLParity : public ::testing::TestWithParam<Variant> {};
 
-std::string settings(const Kernel& k) {
-    std::string s;
-    for (int i = 0; i < 9; ++i) s += std::string(kCellNames[i]) + "=" + text(k.cells[i]) + ";";
-    return s + "rotation=" + text(k.rotation) + ";scale=" + text(k.scale) + ";offset=" + text(k.offset) +
-           ";autonormalize=" + (k.normalize ? "true" : "false");
-}
-
 TEST_P(ConvolutionKernelOpenCLParity, MatchesTheProcessor) {
-    if (!openCLDevice()) GTEST_SKIP() << kNoOpenCL;
-    std::vector<Kernel> kernels(7);
-    kernels[1].cells = {1, 2, 3, 8, 9, 4, 7, 6, 5};
-    kernels[1].rotation = 22.5;
-    kernels[1].normalize = true;
-    kernels[2].cells = {-1, 0, 1, -2, 0, 2, -1, 0, 1};
-    kernels[2].normalize = true;
-    kernels[2].offset = 0.5;
-    kernels[3].cells = {0.1, -0.7, 1.3, 0.2, 1.1, -0.3, 0.9, 0.4, -1.2};
-    kernels[3].rotation = -100.7;
-    kernels[3].scale = 0.3;
-    kernels[3].offset = -0.25;
-    kernels[4].cells = {1, 2, 1, 2, 4, 2, 1, 2, 1};
-    kernels[4].scale = 16;
-    kernels[4].rotation = 3600;
-    kernels[5].cells = {-100, 50, 0, 3, 100, -7, 0.5, 0, 25};
-    kernels[5].rotation = 737.3;
-    kernels[6].cells = {0.33, 0.1, 0, 0, 0.7, 0, 0.1, 0, -0.2};
-    kernels[6].offset = 1;
+    const Kernel kernels[] = {
+        {},
+        {{1, 2, 3, 8, 9, 4, 7, 6, 5}, 22.5, 1, 0, true},
+        {{-1, 0, 1, -2, 0, 2, -1, 0, 1}, 0, 1, 0.5, true},
+        {{0.1, -0.7, 1.3, 0.2, 1.1, -0.3, 0.9, 0.4, -1.2}, -100.7, 0.3, -0.25},
+        {{1, 2, 1, 2, 4, 2, 1, 2, 1}, 3600, 16},
+        {{-100, 50, 0, 3, 100, -7, 0.5, 0, 25}, 737.3},
+        {{0.33, 0.1, 0, 0, 0.7, 0, 0.1, 0, -0.2}, 0, 1, 1},
+    };
     std::vector<ParityCase> cases;
-    for (const Kernel& k : kernels) cases.push_back({"convolutionkernel", settings(k)});
-    const Variant variant = GetParam();
-    expectParityCases(cases, [&](ofxhost::Plugin& p) { return filterOn(p, edgeFrame(37, 19, variant)); }, variant);
+    for (const Kernel& k : kernels) {
+        std::string s;
+        for (int i = 0; i < 9; ++i) s += std::string(kCellNames[i]) + "=" + text(k.cells[i]) + ";";
+        cases.push_back({"convolutionkernel", s + "rotation=" + text(k.rotation) + ";scale=" + text(k.scale) +
+                                                  ";offset=" + text(k.offset) +
+                                                  ";autonormalize=" + (k.normalize ? "true" : "false")});
+    }
+    expectParityOnEdgeFrame(cases, GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Variants, ConvolutionKernelOpenCLParity, ::testing::ValuesIn(kAllVariants), variantTestName);

@@ -19,64 +19,17 @@ using ofxhost::PixelOrder;
 
 namespace {
 
-// A parameter value as the effect reads it (no conversion of the text form).
-ofxhost::ParamValue number(double v) {
-    ofxhost::ParamValue value;
-    value.n[0] = v;
-    return value;
-}
-
 const char* const kGaussian = "talvo.effects:gaussianblur";
 
-using gaussref::coefficientsFor;
-using gaussref::Coefficients;
-using gaussref::filterLine;
-
-// The blur of the channels switched on (colour order: red, green, blue,
-// alpha), the others copied; bytes round to nearest (ties to even) and
-// clamp, and when not all four are blurred byte colour is kept within alpha.
-ofxhost::ImageBuffer blurred(const ofxhost::ImageBuffer& src, double hRadius, double vRadius,
-                             std::array<bool, 4> on = {true, true, true, true}) {
-    const int w = src.width(), h = src.height();
-    const bool bytes = src.depth() == Depth::Byte;
-    ofxhost::ImageBuffer out = src.clone();
-    const Coefficients gh = coefficientsFor(hRadius), gv = coefficientsFor(vRadius);
-    for (int c = 0; c < 4; ++c) {
-        if (!on[c]) continue;
-        std::vector<float> pass(static_cast<std::size_t>(w) * h);
-        for (int y = 0; y < h; ++y) {
-            std::vector<double> line(w);
-            for (int x = 0; x < w; ++x) line[x] = pixelAt(src, x, y)[c];
-            const auto f = filterLine(line, gh);
-            for (int x = 0; x < w; ++x) pass[y * w + x] = static_cast<float>(f[x]);
-        }
-        for (int x = 0; x < w; ++x) {
-            std::vector<double> line(h);
-            for (int y = 0; y < h; ++y) line[y] = pass[y * w + x];
-            const auto f = filterLine(line, gv);
-            for (int y = 0; y < h; ++y) {
-                if (bytes)
-                    out.setByte(x, y, c, static_cast<uint8_t>(std::clamp(std::nearbyint(f[y]), 0.0, 255.0)));
-                else
-                    out.setFloat(x, y, c, static_cast<float>(f[y]));
-            }
-        }
-    }
-    if (bytes && !(on[0] && on[1] && on[2] && on[3])) {
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x)
-                for (int c = 0; c < 3; ++c) out.setByte(x, y, c, std::min(out.byteAt(x, y, c), out.byteAt(x, y, 3)));
-    }
-    return out;
-}
+using gaussref::blurred;
+using gaussref::number;
 
 class GaussianTest : public ::testing::Test {
 protected:
     std::shared_ptr<ofxhost::Host> host = quietHost();
     std::shared_ptr<ofxhost::Plugin> plugin = loadEffect(host, kGaussian);
 
-    // The ranges as the effect reads them: fractions of the window's larger
-    // side (the host shows them in pixels).
+    // Fractions of the window's larger side (the host shows pixels).
     static void setRanges(ofxhost::Instance& inst, double h, double v) {
         inst.setValue("HorizontalRange", number(h));
         inst.setValue("VerticalRange", number(v));
@@ -93,29 +46,12 @@ TEST_F(GaussianTest, DeclaresItsGroupGuidAndParameters) {
     // The ranges are shown in pixels of the 1080-line project a new
     // instance starts with: 0.063 of it is 68.04.
     const std::string shownDefault = ofxhost::Json(0.063 * 1080.0).dump(false);
+    const auto range = [&](const char* n, const char* l, const char* s) {
+        return ParamRow{n, l, s, "Double", shownDefault, {0, 1080}, {0, 1080}, 0.1, "", {}, true};
+    };
     expectParamTable(*plugin, "filter",
-                     {{"HorizontalRange",
-                       "Horizontal range",
-                       "horizontalrange",
-                       "Double",
-                       shownDefault,
-                       {0, 1080},
-                       {0, 1080},
-                       0.1,
-                       "",
-                       {},
-                       true},
-                      {"VerticalRange",
-                       "Vertical range",
-                       "verticalrange",
-                       "Double",
-                       shownDefault,
-                       {0, 1080},
-                       {0, 1080},
-                       0.1,
-                       "",
-                       {},
-                       true},
+                     {range("HorizontalRange", "Horizontal range", "horizontalrange"),
+                      range("VerticalRange", "Vertical range", "verticalrange"),
                       {"Channels", "Channels", "Channels", "Group", "null", {}, {}, {}, "", {}, false},
                       {"Red", "Red", "red", "Boolean", "true", {}, {}, {}, "Channels", {}, true},
                       {"Green", "Green", "green", "Boolean", "true", {}, {}, {}, "Channels", {}, true},
@@ -278,23 +214,7 @@ TEST_F(GaussianTest, ARenderWindowIsBlurredAsAPictureOfItsOwn) {
     const auto source = ofxhost::ImageBuffer::testFrame(30, 20, Depth::Float, PixelOrder::RGBA, 11);
     auto inst = filterOn(*plugin, source);
     setRanges(*inst, 0.25, 0.125);
-    ofxhost::RenderOptions options;
-    options.depth = Depth::Float;
-    options.window = ofxhost::RectI{4, 3, 20, 11};
-    auto out = inst->makeOutput(options);
-    ASSERT_EQ(inst->render(0.0, options, out), kOfxStatOK);
-    ofxhost::ImageBuffer crop(16, 8, Depth::Float, PixelOrder::RGBA);
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 16; ++x)
-            for (int c = 0; c < 4; ++c) crop.setFloat(x, y, c, source.floatAt(x + 4, y + 3, c));
-    const auto want = blurred(crop, 4.0, 2.0);
-    for (int y = 0; y < 20; ++y) {
-        for (int x = 0; x < 30; ++x) {
-            const bool inside = x >= 4 && x < 20 && y >= 3 && y < 11;
-            for (int c = 0; c < 4; ++c)
-                ASSERT_EQ(out.floatAt(x, y, c), inside ? want.floatAt(x - 4, y - 3, c) : 0.0f) << x << "," << y;
-        }
-    }
+    gaussref::expectWindowIsAPicture(*inst, source, {4, 3, 20, 11}, [](const auto& crop) { return blurred(crop, 4.0, 2.0); });
 }
 
 // At half scale the window is half as large, and so are the radii: the
@@ -303,30 +223,20 @@ TEST_F(GaussianTest, RenderScaleHalvesTheRadii) {
     const auto source = ofxhost::ImageBuffer::testFrame(40, 28, Depth::Byte, PixelOrder::RGBA, 3);
     auto inst = filterOn(*plugin, source);
     setRanges(*inst, 0.2, 0.1);
-    ofxhost::RenderOptions options;
-    options.renderScale = 0.5;
-    auto half = inst->makeOutput(options);
-    ASSERT_EQ(inst->render(0.0, options, half), kOfxStatOK);
-    ASSERT_EQ(half.width(), 20);
-    const auto small = source.resized(20, 14);
-    EXPECT_EQ(firstDifference(half, blurred(small, 4.0, 2.0)), "");
+    gaussref::expectHalfScale(*inst, source, [](const auto& small) { return blurred(small, 4.0, 2.0); });
 }
 
 TEST_F(GaussianTest, OnePictureInBothOrders) {
     auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(33, 21, Depth::Float, PixelOrder::RGBA, 6));
-    expectOnePicture(*inst, Depth::Byte, "defaults");
-    expectOnePicture(*inst, Depth::Float, "defaults");
-    setRanges(*inst, 0.3, 0.02);
-    inst->setValueText("Blue", "false");
-    inst->setValueText("Alpha", "false");
-    expectOnePicture(*inst, Depth::Byte, "blue and alpha off");
-    expectOnePicture(*inst, Depth::Float, "blue and alpha off");
+    gaussref::expectOnePictures(*inst, {{"defaults", nullptr}, {"blue and alpha off", [&] {
+                                             setRanges(*inst, 0.3, 0.02);
+                                             inst->setValueText("Blue", "false");
+                                             inst->setValueText("Alpha", "false");
+                                         }}});
 }
 
-// The kernels take the standard deviation with 2 ln 255 in single
-// precision where the processor has it in double: a relative difference
-// near 1e-8 in the deviation, which can move a byte that lies on a half by
-// one level and a float by far less than 1e-6.
+// The kernels take the deviation's 2 ln 255 in single precision: a byte on
+// a half may move one level, a float far less than 1e-6.
 std::vector<ParityCase> gaussianCases() {
     return {
         {"gaussianblur", "", 1},
@@ -351,15 +261,13 @@ TEST_P(GaussianOpenCLParity, MatchesTheProcessor) {
 
 INSTANTIATE_TEST_SUITE_P(Variants, GaussianOpenCLParity, ::testing::ValuesIn(kAllVariants), variantTestName);
 
-// A radius of hundreds of pixels, where single-precision coefficients would
-// make the recursion diverge: the kernels stay with the processor.
+// Hundreds of pixels, where single-precision coefficients would diverge.
 TEST(GaussianOpenCLLargeRadius, StaysWithTheProcessor) {
     if (!openCLDevice()) GTEST_SKIP() << kNoOpenCL;
     auto plugin = loadEffect(openCLHost(), kGaussian);
     for (const Variant& variant : {Variant{Depth::Byte, PixelOrder::BGRA}, Variant{Depth::Float, PixelOrder::RGBA}}) {
         auto inst = filterOn(*plugin, edgeFrame(600, 40, variant));
-        inst->setValue("HorizontalRange", number(0.9));
-        inst->setValue("VerticalRange", number(0.9));
+        for (const char* name : {"HorizontalRange", "VerticalRange"}) inst->setValue(name, number(0.9));
         expectOpenCLParity(*inst, variant, "range 0.9 of 600", 1e-5, 1);
     }
 }

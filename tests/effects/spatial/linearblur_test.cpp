@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "EffectTest.h"
@@ -19,44 +20,11 @@ using ofxhost::PixelOrder;
 
 namespace {
 
-ofxhost::ParamValue number(double v) {
-    ofxhost::ParamValue value;
-    value.n[0] = v;
-    return value;
-}
-
 const char* const kLinear = "talvo.effects:linearblur";
 const char* const kGaussian = "talvo.effects:gaussianblur";
 
-// The two-axis recursive Gaussian of every channel, rows into a float image
-// then columns; bytes round to nearest and clamp.
-ofxhost::ImageBuffer gaussian(const ofxhost::ImageBuffer& src, double hRadius, double vRadius) {
-    const int w = src.width(), h = src.height();
-    const bool bytes = src.depth() == Depth::Byte;
-    ofxhost::ImageBuffer out = src.clone();
-    const auto gh = gaussref::coefficientsFor(hRadius), gv = gaussref::coefficientsFor(vRadius);
-    for (int c = 0; c < 4; ++c) {
-        std::vector<float> pass(static_cast<std::size_t>(w) * h);
-        for (int y = 0; y < h; ++y) {
-            std::vector<double> line(w);
-            for (int x = 0; x < w; ++x) line[x] = pixelAt(src, x, y)[c];
-            const auto f = gaussref::filterLine(line, gh);
-            for (int x = 0; x < w; ++x) pass[y * w + x] = static_cast<float>(f[x]);
-        }
-        for (int x = 0; x < w; ++x) {
-            std::vector<double> line(h);
-            for (int y = 0; y < h; ++y) line[y] = pass[y * w + x];
-            const auto f = gaussref::filterLine(line, gv);
-            for (int y = 0; y < h; ++y) {
-                if (bytes)
-                    out.setByte(x, y, c, static_cast<uint8_t>(std::clamp(std::nearbyint(f[y]), 0.0, 255.0)));
-                else
-                    out.setFloat(x, y, c, static_cast<float>(f[y]));
-            }
-        }
-    }
-    return out;
-}
+using gaussref::number;
+const auto gaussian = [](const ofxhost::ImageBuffer& src, double h, double v) { return gaussref::blurred(src, h, v); };
 
 // Linear interpolation of two samples by a weight in 1/16384ths of the
 // second: bytes round half up, floats weigh exactly.
@@ -168,28 +136,15 @@ TEST_F(LinearTest, AxisAnglesAreTheOneAxisGaussian) {
     auto inst = filterOn(*plugin, source);
 
     // 0.2 of the larger side: 6 pixels.
-    gauss->setValue("HorizontalRange", number(0.2));
-    gauss->setValue("VerticalRange", number(0.0));
-    for (double angle : {0.0, 180.0, 360.0}) {
+    for (auto [angle, h, v] : {std::tuple{0.0, 6.0, 0.0}, {180.0, 6.0, 0.0}, {360.0, 6.0, 0.0}, {90.0, 0.0, 6.0},
+                               {270.0, 0.0, 6.0}}) {
         SCOPED_TRACE(angle);
+        gauss->setValue("HorizontalRange", number(h ? 0.2 : 0.0));
+        gauss->setValue("VerticalRange", number(v ? 0.2 : 0.0));
         set(*inst, angle, 0.2);
-        expectFourVariants(*inst, {gaussian(bytes, 6.0, 0.0), gaussian(source, 6.0, 0.0)});
-        for (Depth depth : {Depth::Byte, Depth::Float})
-            EXPECT_EQ(firstDifference(renderVariant(*inst, {depth, PixelOrder::BGRA}),
-                                      renderVariant(*gauss, {depth, PixelOrder::BGRA})),
-                      "");
-    }
-
-    gauss->setValue("HorizontalRange", number(0.0));
-    gauss->setValue("VerticalRange", number(0.2));
-    for (double angle : {90.0, 270.0}) {
-        SCOPED_TRACE(angle);
-        set(*inst, angle, 0.2);
-        expectFourVariants(*inst, {gaussian(bytes, 0.0, 6.0), gaussian(source, 0.0, 6.0)});
-        for (Depth depth : {Depth::Byte, Depth::Float})
-            EXPECT_EQ(firstDifference(renderVariant(*inst, {depth, PixelOrder::RGBA}),
-                                      renderVariant(*gauss, {depth, PixelOrder::RGBA})),
-                      "");
+        expectFourVariants(*inst, {gaussian(bytes, h, v), gaussian(source, h, v)});
+        for (Variant var : kAllVariants)
+            EXPECT_EQ(firstDifference(renderVariant(*inst, var), renderVariant(*gauss, var)), "");
     }
 }
 
@@ -274,16 +229,13 @@ TEST_F(LinearTest, EverySectorMatchesTheReference) {
 
 // A one-pixel picture and a long thin one at steep angles.
 TEST_F(LinearTest, TinyAndThinPictures) {
-    const auto one = ofxhost::ImageBuffer::testFrame(1, 1, Depth::Float, PixelOrder::RGBA, 5);
-    auto inst = filterOn(*plugin, one);
-    set(*inst, 45.0, 1.0);
-    expectFourVariants(*inst, {linearReference(one.converted(Depth::Byte, PixelOrder::RGBA), 45.0, 1.0),
-                               linearReference(one, 45.0, 1.0)});
-    const auto thin = ofxhost::ImageBuffer::testFrame(40, 2, Depth::Float, PixelOrder::RGBA, 6);
-    auto thinInst = filterOn(*plugin, thin);
-    set(*thinInst, 80.0, 0.5);
-    expectFourVariants(*thinInst, {linearReference(thin.converted(Depth::Byte, PixelOrder::RGBA), 80.0, 0.5),
-                                   linearReference(thin, 80.0, 0.5)});
+    for (auto [w, h, angle, amount] : {std::tuple{1, 1, 45.0, 1.0}, {40, 2, 80.0, 0.5}}) {
+        const auto src = ofxhost::ImageBuffer::testFrame(w, h, Depth::Float, PixelOrder::RGBA, w == 1 ? 5 : 6);
+        auto inst = filterOn(*plugin, src);
+        set(*inst, angle, amount);
+        expectFourVariants(*inst, {linearReference(src.converted(Depth::Byte, PixelOrder::RGBA), angle, amount),
+                                   linearReference(src, angle, amount)});
+    }
 }
 
 // At half scale on both axes the window and the length halve and the angle
@@ -295,25 +247,15 @@ TEST_F(LinearTest, HalfScaleHalvesTheLength) {
     for (double angle : {20.0, 90.0, 125.0}) {
         SCOPED_TRACE(angle);
         set(*inst, angle, 0.25);
-        ofxhost::RenderOptions options;
-        options.renderScale = 0.5;
-        auto half = inst->makeOutput(options);
-        ASSERT_EQ(inst->render(0.0, options, half), kOfxStatOK);
-        ASSERT_EQ(half.width(), 20);
-        EXPECT_EQ(firstDifference(half, linearReference(small, angle, 0.25)), "");
+        gaussref::expectHalfScale(*inst, source, [&](const auto& small) { return linearReference(small, angle, 0.25); });
     }
 }
 
 TEST_F(LinearTest, OnePictureInBothOrders) {
     auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(33, 21, Depth::Float, PixelOrder::RGBA, 6));
-    expectOnePicture(*inst, Depth::Byte, "defaults");
-    expectOnePicture(*inst, Depth::Float, "defaults");
-    set(*inst, 37.0, 0.2);
-    expectOnePicture(*inst, Depth::Byte, "37 degrees");
-    expectOnePicture(*inst, Depth::Float, "37 degrees");
-    set(*inst, 118.0, 0.4);
-    expectOnePicture(*inst, Depth::Byte, "118 degrees");
-    expectOnePicture(*inst, Depth::Float, "118 degrees");
+    gaussref::expectOnePictures(*inst, {{"defaults", nullptr},
+                                        {"37 degrees", [&] { set(*inst, 37.0, 0.2); }},
+                                        {"118 degrees", [&] { set(*inst, 118.0, 0.4); }}});
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "EffectTest.h"
@@ -19,45 +20,8 @@ namespace {
 
 const char* const kUnsharp = "talvo.effects:unsharpmask";
 
-ofxhost::ParamValue number(double v) {
-    ofxhost::ParamValue value;
-    value.n[0] = v;
-    return value;
-}
-
-using gaussref::coefficientsFor;
-using gaussref::Coefficients;
-using gaussref::filterLine;
-
-// The four-channel blur; bytes round to nearest (ties to even) and clamp,
-// floats narrow.
-ofxhost::ImageBuffer blurred(const ofxhost::ImageBuffer& src, double hRadius, double vRadius) {
-    const int w = src.width(), h = src.height();
-    const bool bytes = src.depth() == Depth::Byte;
-    ofxhost::ImageBuffer out = src.clone();
-    const Coefficients gh = coefficientsFor(hRadius), gv = coefficientsFor(vRadius);
-    for (int c = 0; c < 4; ++c) {
-        std::vector<float> pass(static_cast<std::size_t>(w) * h);
-        for (int y = 0; y < h; ++y) {
-            std::vector<double> line(w);
-            for (int x = 0; x < w; ++x) line[x] = pixelAt(src, x, y)[c];
-            const auto f = filterLine(line, gh);
-            for (int x = 0; x < w; ++x) pass[y * w + x] = static_cast<float>(f[x]);
-        }
-        for (int x = 0; x < w; ++x) {
-            std::vector<double> line(h);
-            for (int y = 0; y < h; ++y) line[y] = pass[y * w + x];
-            const auto f = filterLine(line, gv);
-            for (int y = 0; y < h; ++y) {
-                if (bytes)
-                    out.setByte(x, y, c, static_cast<uint8_t>(std::clamp(std::nearbyint(f[y]), 0.0, 255.0)));
-                else
-                    out.setFloat(x, y, c, static_cast<float>(f[y]));
-            }
-        }
-    }
-    return out;
-}
+using gaussref::blurred;
+using gaussref::number;
 
 // The mask against the reference blur, radius `radius` of the larger side
 // both ways (square pixels). A byte sample moves to the sharpened value,
@@ -100,12 +64,14 @@ protected:
         inst.setValue("radius", number(radius));
         inst.setValue("threshold", number(threshold));
     }
-    void expectReference(const ofxhost::ImageBuffer& floats, double amount, double radius, double threshold) {
+    std::unique_ptr<ofxhost::Instance> expectReference(const ofxhost::ImageBuffer& floats, double amount, double radius,
+                                                       double threshold) {
         auto inst = filterOn(*plugin, floats);
         set(*inst, amount, radius, threshold);
         const auto bytes = floats.converted(Depth::Byte, PixelOrder::RGBA);
         expectFourVariants(*inst, {sharpened(bytes, amount, radius, threshold),
                                    sharpened(floats, amount, radius, threshold)});
+        return inst;
     }
 };
 
@@ -126,11 +92,9 @@ TEST_F(UnsharpTest, DeclaresItsGroupGuidAndParameters) {
 // both ways); gains above and below 1, negative gains, thresholds.
 TEST_F(UnsharpTest, FollowsTheReferenceInEveryVariant) {
     const auto source = ofxhost::ImageBuffer::testFrame(40, 24, Depth::Float, PixelOrder::RGBA, 7);
-    expectReference(source, 0.5, 0.005, 0.0);
-    expectReference(source, 1.0, 0.1, 0.0);
-    expectReference(source, 3.5, 0.05, 0.1);
-    expectReference(source, -0.75, 0.2, 0.02);
-    expectReference(source, 2500.0, 0.03, 0.3);
+    for (auto [a, r, t] : {std::tuple{0.5, 0.005, 0.0}, {1.0, 0.1, 0.0}, {3.5, 0.05, 0.1}, {-0.75, 0.2, 0.02},
+                           {2500.0, 0.03, 0.3}})
+        expectReference(source, a, r, t);
 }
 
 // The comparison is against the blur, after the clamp. On two pixels, 0
@@ -180,10 +144,7 @@ TEST_F(UnsharpTest, FloatsAreNotClamped) {
     const auto source = rowImage({{0.1f, 0.1f, 0.1f, 1}, {0.1f, 0.1f, 0.1f, 1}, {0.9f, 0.9f, 0.9f, 1},
                                   {0.9f, 0.9f, 0.9f, 1}},
                                  Depth::Float);
-    auto inst = filterOn(*plugin, source);
-    set(*inst, 4.0, 0.5, 0.0);
-    expectFourVariants(*inst, {sharpened(source.converted(Depth::Byte, PixelOrder::RGBA), 4.0, 0.5, 0.0),
-                               sharpened(source, 4.0, 0.5, 0.0)});
+    auto inst = expectReference(source, 4.0, 0.5, 0.0);
     const auto out = renderVariant(*inst, {Depth::Float, PixelOrder::RGBA});
     EXPECT_LT(out.floatAt(1, 0, 0), 0.0f);
     EXPECT_GT(out.floatAt(2, 0, 0), 1.0f);
@@ -217,10 +178,7 @@ TEST_F(UnsharpTest, OnePixelAndNarrowPictures) {
 TEST_F(UnsharpTest, AlphaIsSharpenedAndColourIsNotHeldToIt) {
     const auto source = rowImage({{0, 0, 0, 0}, {0, 0, 0, 0}, {0.8f, 0.5f, 0.2f, 0.6f}, {0.8f, 0.5f, 0.2f, 0.6f}},
                                  Depth::Float);
-    auto inst = filterOn(*plugin, source);
-    set(*inst, 1.0, 0.25, 0.0);
-    expectFourVariants(*inst, {sharpened(source.converted(Depth::Byte, PixelOrder::RGBA), 1.0, 0.25, 0.0),
-                               sharpened(source, 1.0, 0.25, 0.0)});
+    auto inst = expectReference(source, 1.0, 0.25, 0.0);
     const auto out = renderVariant(*inst, {Depth::Byte, PixelOrder::RGBA});
     EXPECT_EQ(out.byteAt(1, 0, 3), 0) << "clear beside the edge, sharpened below 0";
     EXPECT_GT(out.byteAt(2, 0, 3), 153) << "alpha overshoots on the bright side";
@@ -233,23 +191,8 @@ TEST_F(UnsharpTest, ARenderWindowIsAPictureOfItsOwn) {
     const auto source = ofxhost::ImageBuffer::testFrame(30, 20, Depth::Float, PixelOrder::RGBA, 11);
     auto inst = filterOn(*plugin, source);
     set(*inst, 2.0, 0.25, 0.0);
-    ofxhost::RenderOptions options;
-    options.depth = Depth::Float;
-    options.window = ofxhost::RectI{4, 3, 20, 11};
-    auto out = inst->makeOutput(options);
-    ASSERT_EQ(inst->render(0.0, options, out), kOfxStatOK);
-    ofxhost::ImageBuffer crop(16, 8, Depth::Float, PixelOrder::RGBA);
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 16; ++x)
-            for (int c = 0; c < 4; ++c) crop.setFloat(x, y, c, source.floatAt(x + 4, y + 3, c));
-    const auto want = sharpened(crop, 2.0, 0.25, 0.0);
-    for (int y = 0; y < 20; ++y) {
-        for (int x = 0; x < 30; ++x) {
-            const bool inside = x >= 4 && x < 20 && y >= 3 && y < 11;
-            for (int c = 0; c < 4; ++c)
-                ASSERT_EQ(out.floatAt(x, y, c), inside ? want.floatAt(x - 4, y - 3, c) : 0.0f) << x << "," << y;
-        }
-    }
+    gaussref::expectWindowIsAPicture(*inst, source, {4, 3, 20, 11},
+                                     [](const auto& crop) { return sharpened(crop, 2.0, 0.25, 0.0); });
 }
 
 // At half scale the window is half as large and so is the radius: the
@@ -258,26 +201,16 @@ TEST_F(UnsharpTest, RenderScaleHalvesTheRadius) {
     const auto source = ofxhost::ImageBuffer::testFrame(40, 28, Depth::Byte, PixelOrder::RGBA, 3);
     auto inst = filterOn(*plugin, source);
     set(*inst, 1.5, 0.1, 0.0);
-    ofxhost::RenderOptions options;
-    options.renderScale = 0.5;
-    auto half = inst->makeOutput(options);
-    ASSERT_EQ(inst->render(0.0, options, half), kOfxStatOK);
-    ASSERT_EQ(half.width(), 20);
-    EXPECT_EQ(firstDifference(half, sharpened(source.resized(20, 14), 1.5, 0.1, 0.0)), "");
+    gaussref::expectHalfScale(*inst, source, [](const auto& small) { return sharpened(small, 1.5, 0.1, 0.0); });
 }
 
 TEST_F(UnsharpTest, OnePictureInBothOrders) {
     auto inst = filterOn(*plugin, ofxhost::ImageBuffer::testFrame(33, 21, Depth::Float, PixelOrder::RGBA, 6));
-    expectOnePicture(*inst, Depth::Byte, "defaults");
-    expectOnePicture(*inst, Depth::Float, "defaults");
-    set(*inst, 3.0, 0.15, 0.04);
-    expectOnePicture(*inst, Depth::Byte, "strong mask with a threshold");
-    expectOnePicture(*inst, Depth::Float, "strong mask with a threshold");
+    gaussref::expectOnePictures(*inst, {{"defaults", nullptr},
+                                        {"strong mask with a threshold", [&] { set(*inst, 3.0, 0.15, 0.04); }}});
 }
 
-// The kernels run the processor's recursion term for term in double, on
-// its own coefficients, gain and threshold: the same bytes, and floats to
-// the bit.
+// The kernels run the recursion in double: bytes and floats to the bit.
 std::vector<ParityCase> unsharpCases() {
     return {
         {"unsharpmask", ""},
@@ -300,8 +233,7 @@ TEST_P(UnsharpOpenCLParity, MatchesTheProcessor) {
 
 INSTANTIATE_TEST_SUITE_P(Variants, UnsharpOpenCLParity, ::testing::ValuesIn(kAllVariants), variantTestName);
 
-// A radius of hundreds of pixels, where single-precision coefficients would
-// make the recursion diverge.
+// Hundreds of pixels, where single-precision coefficients would diverge.
 TEST(UnsharpOpenCLLargeRadius, StaysWithTheProcessor) {
     if (!openCLDevice()) GTEST_SKIP() << kNoOpenCL;
     auto plugin = loadEffect(openCLHost(), kUnsharp);
